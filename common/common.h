@@ -1,0 +1,10 @@
+// The umbrella header: every public class and function of the library.
+#pragma once
+
+#include "common/kernel/debug.h"
+#include "common/kernel/memory.h"
+#include "common/kernel/text.h"
+#include "common/processcontrol/zrmutex.h"
+#include "common/string/zrclasstype.h"
+#include "common/string/zrpath.h"
+#include "common/string/zrstring.h"

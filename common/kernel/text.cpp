@@ -1,0 +1,243 @@
+#include "common/kernel/text.h"
+
+#include <cerrno>
+#include <climits>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <strings.h>
+
+namespace
+{
+inline unsigned char FoldLower(unsigned char c)
+{
+    return (c >= 'A' && c <= 'Z') ? static_cast<unsigned char>(c + ('a' - 'A')) : c;
+}
+
+inline unsigned char FoldUpper(unsigned char c)
+{
+    return (c >= 'a' && c <= 'z') ? static_cast<unsigned char>(c - ('a' - 'A')) : c;
+}
+
+// Case-blind comparison of ASCII letters by their lower-case form, byte values unsigned.
+int CompareFolded(char const * szString1, char const * szString2)
+{
+    unsigned char const * p1 = reinterpret_cast<unsigned char const *>(szString1);
+    unsigned char const * p2 = reinterpret_cast<unsigned char const *>(szString2);
+    for (;; ++p1, ++p2)
+    {
+        unsigned char const c1 = FoldLower(*p1);
+        unsigned char const c2 = FoldLower(*p2);
+        if (c1 != c2 || c1 == 0)
+            return static_cast<int>(c1) - static_cast<int>(c2);
+    }
+}
+
+// Skips what strtol skips in front of a number and tells whether a minus sign follows.
+bool HasMinusSign(char const * szString)
+{
+    while (*szString == ' ' || (*szString >= '\t' && *szString <= '\r'))
+        ++szString;
+    return *szString == '-';
+}
+} // namespace
+
+int STR_strcmp(char const * szString1, char const * szString2)
+{
+    return std::strcmp(szString1, szString2);
+}
+
+int STR_stricmp(char const * szString1, char const * szString2)
+{
+    return CompareFolded(szString1, szString2);
+}
+
+int STR_strcoll(char const * szString1, char const * szString2)
+{
+    return std::strcoll(szString1, szString2);
+}
+
+int STR_stricoll(char const * szString1, char const * szString2)
+{
+    return CompareFolded(szString1, szString2);
+}
+
+int STR_strlen(char const * szString)
+{
+    return static_cast<int>(std::strlen(szString));
+}
+
+char * STR_strlwr(char * szString)
+{
+    for (unsigned char * p = reinterpret_cast<unsigned char *>(szString); *p != 0; ++p)
+        *p = FoldLower(*p);
+    return szString;
+}
+
+char * STR_strupr(char * szString)
+{
+    for (unsigned char * p = reinterpret_cast<unsigned char *>(szString); *p != 0; ++p)
+        *p = FoldUpper(*p);
+    return szString;
+}
+
+char * STR_strrev(char * szString)
+{
+    size_t const nLength = std::strlen(szString);
+    if (nLength > 1)
+    {
+        for (size_t i = 0, j = nLength - 1; i < j; ++i, --j)
+        {
+            char const c = szString[i];
+            szString[i] = szString[j];
+            szString[j] = c;
+        }
+    }
+    return szString;
+}
+
+char * STR_strchr(char const * szString, int nChar)
+{
+    return const_cast<char *>(std::strchr(szString, nChar));
+}
+
+char * STR_strrchr(char const * szString, int nChar)
+{
+    return const_cast<char *>(std::strrchr(szString, nChar));
+}
+
+char * STR_strstr(char const * szString, char const * szSubString)
+{
+    return const_cast<char *>(std::strstr(szString, szSubString));
+}
+
+char * STR_strpbrk(char const * szString, char const * szCharSet)
+{
+    return const_cast<char *>(std::strpbrk(szString, szCharSet));
+}
+
+char * STR_strrpbrk(char const * szString, char const * szCharSet)
+{
+    int const nLength = STR_strlen(szString);
+    if (nLength == 0)
+        return nullptr;
+    // The walk tests the first byte too, so that a text whose only match stands at
+    // position 0 finds it, as STR_strpbrk would.
+    char const * pCurrent = szString + nLength - 1;
+    while (pCurrent != nullptr)
+    {
+        if (STR_strchr(szCharSet, *pCurrent) != nullptr)
+            return const_cast<char *>(pCurrent);
+        pCurrent = STR_strdec(szString, pCurrent);
+    }
+    return nullptr;
+}
+
+int STR_sprintf(char * szBuffer, char const * szFormat, ...)
+{
+    va_list pArgs;
+    va_start(pArgs, szFormat);
+    int const nResult = STR_vsprintf(szBuffer, szFormat, pArgs);
+    va_end(pArgs);
+    return nResult;
+}
+
+int STR_snprintf(char * szBuffer, int nLimit, char const * szFormat, ...)
+{
+    va_list pArgs;
+    va_start(pArgs, szFormat);
+    int const nResult = STR_vsnprintf(szBuffer, nLimit, szFormat, pArgs);
+    va_end(pArgs);
+    return nResult;
+}
+
+int STR_vsprintf(char * szBuffer, char const * szFormat, va_list pArgs)
+{
+    return std::vsprintf(szBuffer, szFormat, pArgs);
+}
+
+int STR_vsnprintf(char * szBuffer, int nLimit, char const * szFormat, va_list pArgs)
+{
+    if (nLimit <= 0)
+        return -1;
+    va_list pCopy;
+    va_copy(pCopy, pArgs);
+    int const nNeeded = std::vsnprintf(szBuffer, static_cast<size_t>(nLimit), szFormat, pCopy);
+    va_end(pCopy);
+    if (nNeeded < 0 || nNeeded < nLimit)
+        return nNeeded;
+
+    // C's vsnprintf always terminates, so the last byte of a full buffer is the
+    // terminator; the contract here is a buffer full of text. Only the one missing
+    // byte has to be found, by formatting once more into a block of the full size.
+    char * szFull = static_cast<char *>(std::malloc(static_cast<size_t>(nNeeded) + 1));
+    if (szFull != nullptr)
+    {
+        std::vsnprintf(szFull, static_cast<size_t>(nNeeded) + 1, szFormat, pArgs);
+        szBuffer[nLimit - 1] = szFull[nLimit - 1];
+        std::free(szFull);
+    }
+    return nNeeded == nLimit ? nLimit : -1;
+}
+
+char * STR_strcpy(char * szDestination, char const * szSource)
+{
+    return std::strcpy(szDestination, szSource);
+}
+
+char * STR_strcat(char * szDestination, char const * szSource)
+{
+    return std::strcat(szDestination, szSource);
+}
+
+char * STR_strncpy(char * szDestination, char const * szSource, int nLimit)
+{
+    return std::strncpy(szDestination, szSource, static_cast<size_t>(nLimit));
+}
+
+char * STR_strncat(char * szDestination, char const * szSource, int nLimit)
+{
+    return std::strncat(szDestination, szSource, static_cast<size_t>(nLimit));
+}
+
+char * STR_strinc(char const * szCurrent)
+{
+    return const_cast<char *>(szCurrent + 1);
+}
+
+char * STR_strdec(char const * szStart, char const * szCurrent)
+{
+    if (szStart >= szCurrent)
+        return nullptr;
+    return const_cast<char *>(szCurrent - 1);
+}
+
+std::int32_t STR_strtol(char const * szString, char ** pEnd, int nBase)
+{
+    errno = 0;
+    long const lValue = std::strtol(szString, pEnd, nBase);
+    if (lValue > INT32_MAX)
+        return INT32_MAX;
+    if (lValue < INT32_MIN)
+        return INT32_MIN;
+    return static_cast<std::int32_t>(lValue);
+}
+
+std::uint32_t STR_strtoul(char const * szString, char ** pEnd, int nBase)
+{
+    // A 32-bit strtoul saturates when the magnitude does not fit 32 bits and negates
+    // in 32 bits otherwise ("-1" is 4294967295); the 64-bit one must be narrowed so.
+    errno = 0;
+    unsigned long const ulValue = std::strtoul(szString, pEnd, nBase);
+    bool const bNegative = HasMinusSign(szString);
+    unsigned long const ulMagnitude = bNegative ? (0UL - ulValue) : ulValue;
+    if (errno == ERANGE || ulMagnitude > UINT32_MAX)
+        return UINT32_MAX;
+    std::uint32_t const ulNarrow = static_cast<std::uint32_t>(ulMagnitude);
+    return bNegative ? static_cast<std::uint32_t>(0U - ulNarrow) : ulNarrow;
+}
+
+double STR_strtod(char const * szString, char ** pEnd)
+{
+    return std::strtod(szString, pEnd);
+}

@@ -1,0 +1,52 @@
+// The one door to terminated text. Each STR_ function is a direct call of one C
+// library function with the same arguments and result; none tests its arguments, so
+// pointers must be valid. Text is single-byte: lengths and positions are bytes, and
+// the case-blind forms fold the ASCII letters only, whatever the process locale.
+// Stateless, callable from any thread.
+#pragma once
+
+#include <cstdarg>
+#include <cstdint>
+
+#include "common/kernel/api.h"
+
+COMMON_API int STR_strcmp(char const * szString1, char const * szString2);
+COMMON_API int STR_stricmp(char const * szString1, char const * szString2);
+COMMON_API int STR_strcoll(char const * szString1, char const * szString2);
+COMMON_API int STR_stricoll(char const * szString1, char const * szString2);
+COMMON_API int STR_strlen(char const * szString);
+COMMON_API char * STR_strlwr(char * szString);
+COMMON_API char * STR_strupr(char * szString);
+COMMON_API char * STR_strrev(char * szString);
+COMMON_API char * STR_strchr(char const * szString, int nChar);
+COMMON_API char * STR_strrchr(char const * szString, int nChar);
+COMMON_API char * STR_strstr(char const * szString, char const * szSubString);
+COMMON_API char * STR_strpbrk(char const * szString, char const * szCharSet);
+// Last byte of the text that is in the set, or null.
+COMMON_API char * STR_strrpbrk(char const * szString, char const * szCharSet);
+COMMON_API int STR_sprintf(char * szBuffer, char const * szFormat, ...)
+    __attribute__((format(printf, 2, 3)));
+// No limit: the buffer must be large enough.
+COMMON_API int STR_vsprintf(char * szBuffer, char const * szFormat, va_list pArgs);
+// At most nLimit bytes. Text needing fewer bytes than the limit is terminated and its
+// length returned. Otherwise the buffer is filled with the first nLimit bytes and no
+// terminator, and the result is nLimit when the text is exactly that long, else -1.
+COMMON_API int STR_vsnprintf(char * szBuffer, int nLimit, char const * szFormat, va_list pArgs);
+// Copies at most nLimit bytes; a shorter source arrives terminated (the rest padded
+// with zeros), one as long or longer arrives without a terminator.
+COMMON_API char * STR_strcpy(char * szDestination, char const * szSource);
+COMMON_API char * STR_strcat(char * szDestination, char const * szSource);
+COMMON_API char * STR_strncpy(char * szDestination, char const * szSource, int nLimit);
+// Appends at most nLimit bytes and always terminates.
+COMMON_API char * STR_strncat(char * szDestination, char const * szSource, int nLimit);
+COMMON_API char * STR_strinc(char const * szCurrent);
+// The character before szCurrent, not before szStart; null when szStart >= szCurrent.
+COMMON_API char * STR_strdec(char const * szStart, char const * szCurrent);
+// 32-bit results: out of range values saturate as they do for a 32-bit long.
+COMMON_API std::int32_t STR_strtol(char const * szString, char ** pEnd, int nBase);
+COMMON_API std::uint32_t STR_strtoul(char const * szString, char ** pEnd, int nBase);
+COMMON_API double STR_strtod(char const * szString, char ** pEnd);
+
+// The limited twin of STR_sprintf; private to the library.
+int STR_snprintf(char * szBuffer, int nLimit, char const * szFormat, ...)
+    __attribute__((format(printf, 3, 4)));
