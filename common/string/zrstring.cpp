@@ -294,10 +294,11 @@ void CZRString::Format(char const * szFormat, ...)
 void CZRString::FormatV(char const * szFormat, va_list pArgs)
 {
     g_FormatMutex.Lock();
-    int const nResult = STR_vsnprintf(s_szFormatBuffer, sizeof(s_szFormatBuffer), szFormat, pArgs);
-    // A text that did not fit leaves the buffer without a terminator: keep what fits.
-    if (nResult < 0 || nResult >= static_cast<int>(sizeof(s_szFormatBuffer)))
-        s_szFormatBuffer[sizeof(s_szFormatBuffer) - 1] = '\0';
+    STR_vsnprintf(s_szFormatBuffer, sizeof(s_szFormatBuffer), szFormat, pArgs);
+    // A text of 1024 bytes or more leaves the buffer full and unterminated; the last
+    // byte becomes the terminator, so the string keeps the first 1023 bytes. A shorter
+    // text ends before that byte, so the result needs no examination.
+    s_szFormatBuffer[sizeof(s_szFormatBuffer) - 1] = '\0';
     *this = s_szFormatBuffer;
     g_FormatMutex.Unlock();
 }
