@@ -224,14 +224,21 @@ char * STR_strdec(char const * szStart, char const * szCurrent)
     return const_cast<char *>(szCurrent - 1);
 }
 
+// The 64-bit parse consumes the same characters as a 32-bit one; only the value is
+// narrowed. Out of 32-bit range it saturates and sets ERANGE, as a 32-bit long does;
+// otherwise errno is left as the parse left it, or as the caller had it.
 std::int32_t STR_strtol(char const * szString, char ** pEnd, int nBase)
 {
+    int const nSavedErrno = errno;
     errno = 0;
     long const lValue = std::strtol(szString, pEnd, nBase);
-    if (lValue > INT32_MAX)
-        return INT32_MAX;
-    if (lValue < INT32_MIN)
-        return INT32_MIN;
+    if (lValue > INT32_MAX || lValue < INT32_MIN)
+    {
+        errno = ERANGE;
+        return lValue > 0 ? INT32_MAX : INT32_MIN;
+    }
+    if (errno == 0)
+        errno = nSavedErrno;
     return static_cast<std::int32_t>(lValue);
 }
 
@@ -239,12 +246,18 @@ std::uint32_t STR_strtoul(char const * szString, char ** pEnd, int nBase)
 {
     // A 32-bit strtoul saturates when the magnitude does not fit 32 bits and negates
     // in 32 bits otherwise ("-1" is 4294967295); the 64-bit one must be narrowed so.
+    int const nSavedErrno = errno;
     errno = 0;
     unsigned long const ulValue = std::strtoul(szString, pEnd, nBase);
     bool const bNegative = HasMinusSign(szString);
     unsigned long const ulMagnitude = bNegative ? (0UL - ulValue) : ulValue;
     if (errno == ERANGE || ulMagnitude > UINT32_MAX)
+    {
+        errno = ERANGE;
         return UINT32_MAX;
+    }
+    if (errno == 0)
+        errno = nSavedErrno;
     std::uint32_t const ulNarrow = static_cast<std::uint32_t>(ulMagnitude);
     return bNegative ? static_cast<std::uint32_t>(0U - ulNarrow) : ulNarrow;
 }
