@@ -53,7 +53,6 @@ TEST(Text, StrtolAndStrtoulBehaveAsThirtyTwoBit)
     EXPECT_EQ(STR_strtol("-2147483649", nullptr, 10), INT32_MIN);
     EXPECT_EQ(STR_strtol("-99999999999999999999999", nullptr, 10), INT32_MIN);
     EXPECT_EQ(STR_strtol("ff", nullptr, 16), 255);
-    EXPECT_EQ(STR_strtol("0x10", nullptr, 0), 16);
 
     errno = EDOM; // a successful parse leaves the caller's errno alone
     EXPECT_EQ(STR_strtoul("4294967295", nullptr, 10), 4294967295u);
@@ -65,7 +64,6 @@ TEST(Text, StrtolAndStrtoulBehaveAsThirtyTwoBit)
     EXPECT_EQ(STR_strtoul("-4294967296", nullptr, 10), 4294967295u);
     EXPECT_EQ(STR_strtoul("  -2", &pEnd, 10), 4294967294u);
     EXPECT_STREQ(pEnd, "");
-    EXPECT_EQ(STR_strtoul("x", nullptr, 10), 0u);
     EXPECT_DOUBLE_EQ(STR_strtod("2.5e1z", &pEnd), 25.0);
     EXPECT_STREQ(pEnd, "z");
 }
@@ -96,15 +94,10 @@ TEST(Text, CopyCompareAndCase)
     EXPECT_EQ(STR_strncat(szBuffer, "cdef", 2), szBuffer);
     EXPECT_STREQ(szBuffer, "abcd");
     EXPECT_STREQ(STR_strrev(szBuffer), "dcba");
-    EXPECT_STREQ(STR_strupr(szBuffer), "DCBA");
-    EXPECT_STREQ(STR_strlwr(szBuffer), "dcba");
 
     EXPECT_EQ(STR_stricmp("ABC", "abc"), 0);
     EXPECT_LT(STR_stricmp("abc", "ABD"), 0);
     EXPECT_EQ(STR_stricoll("Hello", "hELLO"), 0);
     EXPECT_LT(STR_strcmp("a", "\xe4"), 0); // bytes compare unsigned
-    EXPECT_GT(STR_strcmp("b", "a"), 0);
     EXPECT_EQ(STR_strlen("\xe4\xb8\xad"), 3);
-    EXPECT_EQ(STR_sprintf(szBuffer, "%d-%s", 12, "x"), 4);
-    EXPECT_STREQ(szBuffer, "12-x");
 }
