@@ -33,6 +33,28 @@ int CompareFolded(char const * szString1, char const * szString2)
     }
 }
 
+// Texts that reach the limit of STR_vsnprintf are formatted once more into a block one
+// byte longer than the limit. Up to this limit the block lives on the stack, so that
+// CZRString::Format (limit 1024) allocates nothing even when its text is cut.
+constexpr int STACK_FORMAT_LIMIT = 1024;
+
+// C's vsnprintf always terminates, so the last byte of a full buffer holds the
+// terminator; the contract of STR_vsnprintf is a buffer full of text. Only that one
+// byte is missing.
+void FillLastByte(char * szBuffer, int nLimit, char const * szFormat, va_list pArgs)
+{
+    size_t const nSize = static_cast<size_t>(nLimit) + 1;
+    char szStack[STACK_FORMAT_LIMIT + 1];
+    char * szFull =
+        nLimit <= STACK_FORMAT_LIMIT ? szStack : static_cast<char *>(std::malloc(nSize));
+    if (szFull == nullptr)
+        return;
+    std::vsnprintf(szFull, nSize, szFormat, pArgs);
+    szBuffer[nLimit - 1] = szFull[nLimit - 1];
+    if (szFull != szStack)
+        std::free(szFull);
+}
+
 // Skips what strtol skips in front of a number and tells whether a minus sign follows.
 bool HasMinusSign(char const * szString)
 {
@@ -166,17 +188,7 @@ int STR_vsnprintf(char * szBuffer, int nLimit, char const * szFormat, va_list pA
     va_end(pCopy);
     if (nNeeded < 0 || nNeeded < nLimit)
         return nNeeded;
-
-    // C's vsnprintf always terminates, so the last byte of a full buffer is the
-    // terminator; the contract here is a buffer full of text. Only the one missing
-    // byte has to be found, by formatting once more into a block of the full size.
-    char * szFull = static_cast<char *>(std::malloc(static_cast<size_t>(nNeeded) + 1));
-    if (szFull != nullptr)
-    {
-        std::vsnprintf(szFull, static_cast<size_t>(nNeeded) + 1, szFormat, pArgs);
-        szBuffer[nLimit - 1] = szFull[nLimit - 1];
-        std::free(szFull);
-    }
+    FillLastByte(szBuffer, nLimit, szFormat, pArgs);
     return nNeeded == nLimit ? nLimit : -1;
 }
 
@@ -212,14 +224,21 @@ char * STR_strdec(char const * szStart, char const * szCurrent)
     return const_cast<char *>(szCurrent - 1);
 }
 
+// The 64-bit parse consumes the same characters as a 32-bit one; only the value is
+// narrowed. Out of 32-bit range it saturates and sets ERANGE, as a 32-bit long does;
+// otherwise errno is left as the parse left it, or as the caller had it.
 std::int32_t STR_strtol(char const * szString, char ** pEnd, int nBase)
 {
+    int const nSavedErrno = errno;
     errno = 0;
     long const lValue = std::strtol(szString, pEnd, nBase);
-    if (lValue > INT32_MAX)
-        return INT32_MAX;
-    if (lValue < INT32_MIN)
-        return INT32_MIN;
+    if (lValue > INT32_MAX || lValue < INT32_MIN)
+    {
+        errno = ERANGE;
+        return lValue > 0 ? INT32_MAX : INT32_MIN;
+    }
+    if (errno == 0)
+        errno = nSavedErrno;
     return static_cast<std::int32_t>(lValue);
 }
 
@@ -227,12 +246,18 @@ std::uint32_t STR_strtoul(char const * szString, char ** pEnd, int nBase)
 {
     // A 32-bit strtoul saturates when the magnitude does not fit 32 bits and negates
     // in 32 bits otherwise ("-1" is 4294967295); the 64-bit one must be narrowed so.
+    int const nSavedErrno = errno;
     errno = 0;
     unsigned long const ulValue = std::strtoul(szString, pEnd, nBase);
     bool const bNegative = HasMinusSign(szString);
     unsigned long const ulMagnitude = bNegative ? (0UL - ulValue) : ulValue;
     if (errno == ERANGE || ulMagnitude > UINT32_MAX)
+    {
+        errno = ERANGE;
         return UINT32_MAX;
+    }
+    if (errno == 0)
+        errno = nSavedErrno;
     std::uint32_t const ulNarrow = static_cast<std::uint32_t>(ulMagnitude);
     return bNegative ? static_cast<std::uint32_t>(0U - ulNarrow) : ulNarrow;
 }

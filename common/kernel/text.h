@@ -32,10 +32,10 @@ COMMON_API int STR_vsprintf(char * szBuffer, char const * szFormat, va_list pArg
 // length returned. Otherwise the buffer is filled with the first nLimit bytes and no
 // terminator, and the result is nLimit when the text is exactly that long, else -1.
 COMMON_API int STR_vsnprintf(char * szBuffer, int nLimit, char const * szFormat, va_list pArgs);
-// Copies at most nLimit bytes; a shorter source arrives terminated (the rest padded
-// with zeros), one as long or longer arrives without a terminator.
 COMMON_API char * STR_strcpy(char * szDestination, char const * szSource);
 COMMON_API char * STR_strcat(char * szDestination, char const * szSource);
+// Copies at most nLimit bytes; a shorter source arrives terminated (the rest padded
+// with zeros), one as long or longer arrives without a terminator.
 COMMON_API char * STR_strncpy(char * szDestination, char const * szSource, int nLimit);
 // Appends at most nLimit bytes and always terminates.
 COMMON_API char * STR_strncat(char * szDestination, char const * szSource, int nLimit);

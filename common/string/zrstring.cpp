@@ -294,23 +294,27 @@ void CZRString::Format(char const * szFormat, ...)
 void CZRString::FormatV(char const * szFormat, va_list pArgs)
 {
     g_FormatMutex.Lock();
-    int const nResult = STR_vsnprintf(s_szFormatBuffer, sizeof(s_szFormatBuffer), szFormat, pArgs);
-    // A text that did not fit leaves the buffer without a terminator: keep what fits.
-    if (nResult < 0 || nResult >= static_cast<int>(sizeof(s_szFormatBuffer)))
-        s_szFormatBuffer[sizeof(s_szFormatBuffer) - 1] = '\0';
+    STR_vsnprintf(s_szFormatBuffer, sizeof(s_szFormatBuffer), szFormat, pArgs);
+    // A text of 1024 bytes or more leaves the buffer full and unterminated; the last
+    // byte becomes the terminator, so the string keeps the first 1023 bytes. A shorter
+    // text ends before that byte, so the result needs no examination.
+    s_szFormatBuffer[sizeof(s_szFormatBuffer) - 1] = '\0';
     *this = s_szFormatBuffer;
     g_FormatMutex.Unlock();
 }
 
+// Left, Right and Mid build and return one named result on every path, so that the
+// compiler constructs it in the caller's object: CZRString has no move, and a second
+// object would cost a second block and copy.
 CZRString CZRString::Left(int nCount) const
 {
     if (nCount < 0)
         nCount = 0;
-    if (nCount >= m_sData.m_nStringLength)
-        return *this;
     CZRString sResult;
-    sResult.AllocBuffer(nCount);
-    MEM_Copy(sResult.m_sData.m_pchData, m_sData.m_pchData, static_cast<std::uint32_t>(nCount));
+    if (nCount >= m_sData.m_nStringLength)
+        sResult = *this;
+    else
+        sResult.AssignPart(m_sData.m_pchData, nCount);
     return sResult;
 }
 
@@ -318,12 +322,11 @@ CZRString CZRString::Right(int nCount) const
 {
     if (nCount < 0)
         nCount = 0;
-    if (nCount >= m_sData.m_nStringLength)
-        return *this;
     CZRString sResult;
-    sResult.AllocBuffer(nCount);
-    MEM_Copy(sResult.m_sData.m_pchData, m_sData.m_pchData + m_sData.m_nStringLength - nCount,
-             static_cast<std::uint32_t>(nCount));
+    if (nCount >= m_sData.m_nStringLength)
+        sResult = *this;
+    else
+        sResult.AssignPart(m_sData.m_pchData + m_sData.m_nStringLength - nCount, nCount);
     return sResult;
 }
 
@@ -334,8 +337,9 @@ CZRString CZRString::Mid(int nFirst) const
 
 CZRString CZRString::Mid(int nFirst, int nCount) const
 {
+    CZRString sResult;
     if (nCount == 0)
-        return CZRString();
+        return sResult;
     if (nFirst < 0)
         nFirst = 0;
     int const nLength = m_sData.m_nStringLength;
@@ -345,12 +349,18 @@ CZRString CZRString::Mid(int nFirst, int nCount) const
     if (nFirst >= nLength)
         nCount = 0;
     if (nFirst == 0 && nFirst + nCount == nLength)
-        return *this;
-    CZRString sResult;
-    sResult.AllocBuffer(nCount);
-    MEM_Copy(sResult.m_sData.m_pchData, m_sData.m_pchData + nFirst,
-             static_cast<std::uint32_t>(nCount));
+        sResult = *this;
+    else
+        sResult.AssignPart(m_sData.m_pchData + nFirst, nCount);
     return sResult;
+}
+
+// On a string without a block: a block of exactly nCount bytes holding the text at
+// szPart, or no block for 0.
+void CZRString::AssignPart(char const * szPart, int nCount)
+{
+    AllocBuffer(nCount);
+    MEM_Copy(m_sData.m_pchData, szPart, static_cast<std::uint32_t>(nCount));
 }
 
 int CZRString::Find(char cCharToSearch, int nStartPos) const

@@ -110,6 +110,7 @@ private:
     void ConcatCopy(int nSrc1Len, char const * szSrc1Data, int nSrc2Len, char const * szSrc2Data);
     void ConcatInPlace(int nSrcLen, char const * szSrcData);
     static int GetSafeStringLength(char const * szString);
+    void AssignPart(char const * szPart, int nCount);
 
     sStringData m_sData;
 };
