@@ -1,6 +1,7 @@
 // The umbrella header: every public class and function of the library.
 #pragma once
 
+#include "common/file/zrfilescanner.h"
 #include "common/kernel/debug.h"
 #include "common/kernel/memory.h"
 #include "common/kernel/text.h"
