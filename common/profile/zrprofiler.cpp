@@ -12,18 +12,44 @@ static char const s_szSourceFile[] = "common/profile/zrprofiler";
 namespace
 {
 constexpr int NAME_LIMIT = 256;
+
+char FoldCase(char cChar)
+{
+    return (cChar >= 'A' && cChar <= 'Z') ? static_cast<char>(cChar - 'A' + 'a') : cChar;
 }
 
+// The first characters decide most comparisons on their own; only when they agree is
+// the full comparison called. STR_stricmp folds the ASCII letters alone, as this does.
+bool EqualNoCase(char const * szSlotName, char const * szName)
+{
+    return FoldCase(szSlotName[0]) == FoldCase(szName[0]) && STR_stricmp(szSlotName, szName) == 0;
+}
+
+bool Equal(char const * szSlotName, char const * szName)
+{
+    return szSlotName[0] == szName[0] && STR_strcmp(szSlotName, szName) == 0;
+}
+
+// Names equal with regard to case are equal without, and the case-true comparison is
+// the faster one: hosts mostly repeat a name exactly.
+bool EqualAnyCase(char const * szSlotName, char const * szName)
+{
+    return Equal(szSlotName, szName) || EqualNoCase(szSlotName, szName);
+}
+} // namespace
+
+// The fields read by every walk come first, so that a walk touches one cache line of
+// each slot.
 struct sProfileSample
 {
     bool m_bValid;               // in use in this frame
-    char m_szName[NAME_LIMIT];   // terminated
-    int m_nProfileInstances;     // SampleBegin calls in this frame
     int m_nOpenProfiles;         // SampleBegin calls without their SampleEnd yet
     float m_fStartTime;          // s, at the latest SampleBegin
+    int m_nProfileInstances;     // SampleBegin calls in this frame
     float m_fAccumulator;        // s, all runs in this frame, children included
     float m_fChildrenSampleTime; // s, runs of the samples directly nested in it
     int m_nNumParents;           // samples open at its latest SampleEnd
+    char m_szName[NAME_LIMIT];   // terminated
 };
 
 struct sProfileHistory
@@ -34,6 +60,20 @@ struct sProfileHistory
     float m_fMinimum;          // percent
     float m_fMaximum;          // percent
 };
+
+// Inline here rather than a call through the exported class, on the path of every sample.
+inline bool CZRProfiler::IsSlotInUse(int nIndex) const
+{
+    return nIndex >= 0 && nIndex < m_nMaxSamples && m_pSampleData[nIndex].m_bValid;
+}
+
+inline float CZRProfiler::GetExactTime() const
+{
+    // For every 32-bit count the product rounds to the same float as the quotient by
+    // 1000.0 (checked over the whole range), and a multiplication costs far less than a
+    // division on the path of every sample.
+    return static_cast<float>(PLATFORM_GetClockMs() * 0.001);
+}
 
 CZRProfileData::CZRProfileData()
     : m_szName(), m_fAverageTimePerFrame(0.0f), m_fMinimumTimePerFrame(0.0f),
@@ -47,7 +87,7 @@ CZRProfileData::CZRProfileData()
 CZRProfiler::CZRProfiler(int nMaxSamples)
     : m_pSampleData(nMaxSamples < 0 ? nullptr : new (std::nothrow) sProfileSample[nMaxSamples]()),
       m_pHistoryData(nMaxSamples < 0 ? nullptr : new (std::nothrow) sProfileHistory[nMaxSamples]()),
-      m_nMaxSamples(nMaxSamples), m_fStartProfile(0.0f), m_fEndProfile(0.0f)
+      m_nMaxSamples(nMaxSamples), m_fStartProfile(0.0f), m_fEndProfile(0.0f), m_nLastSlot(0)
 {
     ZR_CHECK(m_pSampleData != NULL, s_szSourceFile);
     ZR_CHECK(m_pHistoryData != NULL, s_szSourceFile);
@@ -74,18 +114,13 @@ void CZRProfiler::End()
 
 void CZRProfiler::SampleBegin(char const * szName)
 {
-    int nIndex = 0;
-    for (; nIndex < m_nMaxSamples && m_pSampleData[nIndex].m_bValid; ++nIndex)
+    int nIndex = m_nLastSlot;
+    if (!IsSlotInUse(nIndex) || !EqualAnyCase(m_pSampleData[nIndex].m_szName, szName))
     {
-        sProfileSample & Sample = m_pSampleData[nIndex];
-        if (STR_stricmp(Sample.m_szName, szName) == 0)
-        {
-            ++Sample.m_nOpenProfiles;
-            ++Sample.m_nProfileInstances;
-            Sample.m_fStartTime = GetExactTime();
-            ZR_CHECK(m_pSampleData[nIndex].m_nOpenProfiles == 1, s_szSourceFile);
-            return;
-        }
+        nIndex = 0;
+        while (nIndex < m_nMaxSamples && m_pSampleData[nIndex].m_bValid &&
+               !EqualNoCase(m_pSampleData[nIndex].m_szName, szName))
+            ++nIndex;
     }
     if (nIndex == m_nMaxSamples)
     {
@@ -94,9 +129,22 @@ void CZRProfiler::SampleBegin(char const * szName)
         // clang-format on
         return;
     }
+    m_nLastSlot = nIndex;
 
     sProfileSample & Sample = m_pSampleData[nIndex];
+    if (Sample.m_bValid)
+    {
+        ++Sample.m_nOpenProfiles;
+        ++Sample.m_nProfileInstances;
+        Sample.m_fStartTime = GetExactTime();
+        ZR_CHECK(m_pSampleData[nIndex].m_nOpenProfiles == 1, s_szSourceFile);
+        return;
+    }
+
     STR_strncpy(Sample.m_szName, szName, NAME_LIMIT);
+    // A name of 256 bytes or more would leave the field without a terminator, and every
+    // later comparison would read beyond it; it is cut to 255 bytes instead.
+    Sample.m_szName[NAME_LIMIT - 1] = '\0';
     Sample.m_bValid = true;
     Sample.m_nOpenProfiles = 1;
     Sample.m_nProfileInstances = 1;
@@ -109,14 +157,19 @@ void CZRProfiler::SampleEnd(char const * szName)
 {
     float const fNow = GetExactTime();
 
-    // Slots are taken in order from index 0 and freed only all together by Begin, so
-    // the slots in use are the ones before the first free one.
-    int nIndex = 0;
-    while (nIndex < m_nMaxSamples && m_pSampleData[nIndex].m_bValid &&
-           STR_strcmp(m_pSampleData[nIndex].m_szName, szName) != 0)
-        ++nIndex;
-    if (nIndex == m_nMaxSamples || !m_pSampleData[nIndex].m_bValid)
-        return;
+    int nIndex = m_nLastSlot;
+    if (!IsSlotInUse(nIndex) || !Equal(m_pSampleData[nIndex].m_szName, szName))
+    {
+        // Slots are taken in order from index 0 and freed only all together by Begin, so
+        // the slots in use are the ones before the first free one.
+        nIndex = 0;
+        while (nIndex < m_nMaxSamples && m_pSampleData[nIndex].m_bValid &&
+               !Equal(m_pSampleData[nIndex].m_szName, szName))
+            ++nIndex;
+        if (!IsSlotInUse(nIndex))
+            return;
+        m_nLastSlot = nIndex;
+    }
 
     sProfileSample & Sample = m_pSampleData[nIndex];
     --Sample.m_nOpenProfiles;
@@ -143,7 +196,7 @@ void CZRProfiler::SampleEnd(char const * szName)
 
 bool CZRProfiler::GetSampleData(int nIndex, CZRProfileData & data)
 {
-    if (nIndex < 0 || nIndex >= m_nMaxSamples || !m_pSampleData[nIndex].m_bValid)
+    if (!IsSlotInUse(nIndex))
         return false;
 
     sProfileSample const & Sample = m_pSampleData[nIndex];
@@ -219,9 +272,4 @@ void CZRProfiler::GetHistoryData(int nIndex, float & fAverage, float & fMinimum,
     fAverage = History.m_fAverage;
     fMinimum = History.m_fMinimum;
     fMaximum = History.m_fMaximum;
-}
-
-float CZRProfiler::GetExactTime() const
-{
-    return static_cast<float>(PLATFORM_GetClockMs() / 1000.0);
 }

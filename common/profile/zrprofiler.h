@@ -72,10 +72,14 @@ private:
     float GetElapsedTime() const { return m_fEndProfile - m_fStartProfile; }
     // The clock in seconds, as a float.
     float GetExactTime() const;
+    bool IsSlotInUse(int nIndex) const;
 
     sProfileSample * m_pSampleData;   // this frame's samples, m_nMaxSamples of them
     sProfileHistory * m_pHistoryData; // the smoothed values, m_nMaxSamples of them
     int m_nMaxSamples;
     float m_fStartProfile; // s, at the last Begin
     float m_fEndProfile;   // s, at the last End; 0 from Begin until End
+    // The slot of the latest SampleBegin or SampleEnd, tried before any walk. Names in
+    // use differ without regard to case, so a hit there is the one the walk would find.
+    int m_nLastSlot;
 };

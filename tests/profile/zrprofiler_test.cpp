@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include <cstring>
+#include <string>
 
 #include "common/profile/zrprofiler.h"
 #include "common/time/timer.h"
@@ -68,6 +68,24 @@ TEST_F(ZRProfiler, SlotsAndFreeSlotsLeaveDataAlone)
         EXPECT_EQ(data.GetNumInstances(), 1);
         EXPECT_NEAR(data.GetAverageTimePerFrame(), 10.0f, PERCENT);
     }
+}
+
+TEST_F(ZRProfiler, OverlongNameIsCutInsideItsField)
+{
+    std::string const sLong(300, 'x');
+    CZRProfiler Single(1);
+    s_ulNow = 0;
+    Single.Begin();
+    Single.SampleBegin(sLong.c_str());
+    Single.SampleEnd(sLong.substr(0, 255).c_str());
+    Single.SampleBegin(sLong.substr(0, 255).c_str());
+    Single.SampleEnd(sLong.substr(0, 255).c_str());
+    s_ulNow = 100;
+    Single.End();
+    CZRProfileData data;
+    ASSERT_TRUE(Single.GetSampleData(0, data));
+    EXPECT_EQ(std::string(data.GetName()), sLong.substr(0, 255));
+    EXPECT_EQ(data.GetNumInstances(), 2);
 }
 
 TEST_F(ZRProfiler, RepeatedRunsAddUpAndFirstDataIsTheShare)
