@@ -3,7 +3,8 @@
 // frame without its nested samples, smoothed in time, with a running minimum and
 // maximum. All storage is allocated by the constructor; nothing allocates afterwards.
 // Samples take slots in the order of their first SampleBegin in a frame and the history
-// belongs to the slot, not the name. One thread at a time; times come from TIME_SetClock's clock.
+// belongs to the slot, not the name. One thread at a time. Times are read from the
+// clock that TIME_SetClock sets.
 #pragma once
 
 #include "common/kernel/api.h"

@@ -1,11 +1,8 @@
 #include <gtest/gtest.h>
 
-#include <chrono>
-#include <future>
-#include <thread>
-
 #include "common/processcontrol/zrcriticalsection.h"
 #include "common/time/timer.h"
+#include "detachedtask.h"
 
 namespace
 {
@@ -14,23 +11,6 @@ unsigned long s_ulNow = 0;
 unsigned long FakeClock()
 {
     return s_ulNow;
-}
-
-// Runs the function on a thread of its own; false when it does not end in time, and
-// then the thread is left behind rather than hanging the test.
-template <typename Function>
-bool FinishesInTime(Function fnWork)
-{
-    std::packaged_task<void()> Task(fnWork);
-    std::future<void> Done = Task.get_future();
-    std::thread Worker(std::move(Task));
-    if (Done.wait_for(std::chrono::seconds(30)) != std::future_status::ready)
-    {
-        Worker.detach();
-        return false;
-    }
-    Worker.join();
-    return true;
 }
 } // namespace
 
@@ -49,27 +29,21 @@ TEST(ZRCriticalSection, StampsEnterAndMeasuresTillLeave)
         pSection->Leave();
         EXPECT_EQ(pSection->GetTime(), 30u);
     }
-    TIME_SetClock(nullptr);
 }
 
-TEST(ZRCriticalSection, OwnerMayEnterAgainAndOthersGetInAfterward)
+TEST(ZRCriticalSection, ExcludesOtherThreadsAndAllowsTheOwnerAgain)
 {
     CZRCriticalSection Section;
-    Section.Enter();
-    Section.Enter();
-    Section.Leave();
-    Section.Leave();
-    EXPECT_TRUE(FinishesInTime(
+    std::future<void> Again = StartDetached(
         [&Section]
         {
             Section.Enter();
+            Section.Enter();
             Section.Leave();
-        }));
-}
+            Section.Leave();
+        });
+    ASSERT_TRUE(FinishesInTime(Again));
 
-TEST(ZRCriticalSection, KeepsOtherThreadsOut)
-{
-    CZRCriticalSection Section;
     long lCounter = 0;
     auto Increment = [&Section, &lCounter]
     {
@@ -81,8 +55,8 @@ TEST(ZRCriticalSection, KeepsOtherThreadsOut)
             Section.Leave();
         }
     };
-    std::thread Other(Increment);
+    std::future<void> Other = StartDetached(Increment);
     Increment();
-    Other.join();
+    ASSERT_TRUE(FinishesInTime(Other));
     EXPECT_EQ(lCounter, 200000);
 }
