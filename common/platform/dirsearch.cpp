@@ -1,0 +1,156 @@
+#include "common/platform/dirsearch.h"
+
+#include <cstring>
+#include <string>
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+
+namespace
+{
+struct sDirSearch
+{
+    DIR * pDir;
+    std::string sMask;
+    char const * szName; // the current hit, inside the DIR's own entry
+    bool bDirectory;
+};
+
+char FoldCase(char cChar)
+{
+    return (cChar >= 'A' && cChar <= 'Z') ? static_cast<char>(cChar - 'A' + 'a') : cChar;
+}
+
+// Whether a name is a hit, and as what: directories and regular files only, and a
+// symbolic link only when it leads to a regular file.
+bool ClassifyEntry(DIR * pDir, dirent const * pEntry, bool & bDirectory)
+{
+    unsigned char ucType = pEntry->d_type;
+    if (ucType == DT_UNKNOWN)
+    {
+        struct stat Status;
+        if (::fstatat(::dirfd(pDir), pEntry->d_name, &Status, AT_SYMLINK_NOFOLLOW) != 0)
+            return false;
+        ucType = S_ISDIR(Status.st_mode)   ? DT_DIR
+                 : S_ISREG(Status.st_mode) ? DT_REG
+                 : S_ISLNK(Status.st_mode) ? DT_LNK
+                                           : DT_UNKNOWN;
+    }
+    if (ucType == DT_DIR || ucType == DT_REG)
+    {
+        bDirectory = ucType == DT_DIR;
+        return true;
+    }
+    if (ucType != DT_LNK)
+        return false;
+    struct stat Target;
+    if (::fstatat(::dirfd(pDir), pEntry->d_name, &Target, 0) != 0 || !S_ISREG(Target.st_mode))
+        return false;
+    bDirectory = false;
+    return true;
+}
+} // namespace
+
+bool PLATFORM_MatchesMask(char const * szName, char const * szMask)
+{
+    if (std::strcmp(szMask, "*.*") == 0)
+        return true;
+    // Greedy matching that returns to the last '*' on a mismatch: linear in practice,
+    // at worst name length times mask length, never recursive.
+    char const * szStarMask = nullptr;
+    char const * szStarName = nullptr;
+    while (*szName != '\0')
+    {
+        if (*szMask == '*')
+        {
+            szStarMask = ++szMask;
+            szStarName = szName;
+        }
+        else if (*szMask != '\0' && (*szMask == '?' || FoldCase(*szMask) == FoldCase(*szName)))
+        {
+            ++szMask;
+            ++szName;
+        }
+        else if (szStarMask != nullptr)
+        {
+            szMask = szStarMask;
+            szName = ++szStarName;
+        }
+        else
+        {
+            return false;
+        }
+    }
+    while (*szMask == '*')
+        ++szMask;
+    return *szMask == '\0';
+}
+
+void * PLATFORM_OpenDirSearch(char const * szDirectory, char const * szMask)
+{
+    std::string sDirectory = szDirectory;
+    for (char & cChar : sDirectory)
+        if (cChar == '\\')
+            cChar = '/';
+    if (sDirectory.empty())
+        sDirectory = ".";
+    DIR * const pDir = ::opendir(sDirectory.c_str());
+    if (pDir == nullptr)
+        return nullptr;
+    return new sDirSearch{pDir, szMask, nullptr, false};
+}
+
+void * PLATFORM_OpenPathSearch(char const * szSearchPath)
+{
+    char const * szMask = szSearchPath;
+    for (char const * szChar = szSearchPath; *szChar != '\0'; ++szChar)
+        if (*szChar == '\\' || *szChar == '/')
+            szMask = szChar + 1;
+    if (szMask == szSearchPath)
+        return PLATFORM_OpenDirSearch("", szMask);
+    if (szMask == szSearchPath + 1)
+        return PLATFORM_OpenDirSearch("/", szMask);
+    std::string const sDirectory(szSearchPath, static_cast<size_t>(szMask - 1 - szSearchPath));
+    return PLATFORM_OpenDirSearch(sDirectory.c_str(), szMask);
+}
+
+bool PLATFORM_NextDirSearchHit(void * hSearch, char const *& szName, bool & bDirectory)
+{
+    sDirSearch * const pSearch = static_cast<sDirSearch *>(hSearch);
+    if (pSearch == nullptr)
+        return false;
+    while (dirent const * const pEntry = ::readdir(pSearch->pDir))
+    {
+        if (!PLATFORM_MatchesMask(pEntry->d_name, pSearch->sMask.c_str()))
+            continue;
+        if (!ClassifyEntry(pSearch->pDir, pEntry, pSearch->bDirectory))
+            continue;
+        pSearch->szName = pEntry->d_name;
+        szName = pSearch->szName;
+        bDirectory = pSearch->bDirectory;
+        return true;
+    }
+    pSearch->szName = nullptr;
+    return false;
+}
+
+std::uint64_t PLATFORM_GetDirSearchHitSize(void * hSearch)
+{
+    sDirSearch const * const pSearch = static_cast<sDirSearch *>(hSearch);
+    if (pSearch == nullptr || pSearch->szName == nullptr || pSearch->bDirectory)
+        return 0;
+    struct stat Status;
+    if (::fstatat(::dirfd(pSearch->pDir), pSearch->szName, &Status, 0) != 0)
+        return 0;
+    return static_cast<std::uint64_t>(Status.st_size);
+}
+
+void PLATFORM_CloseDirSearch(void * hSearch)
+{
+    sDirSearch * const pSearch = static_cast<sDirSearch *>(hSearch);
+    if (pSearch == nullptr)
+        return;
+    ::closedir(pSearch->pDir);
+    delete pSearch;
+}

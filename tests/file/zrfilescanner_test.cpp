@@ -1,0 +1,271 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <chrono>
+#include <condition_variable>
+#include <filesystem>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "common/file/zrfilescanner.h"
+#include "common/processcontrol/zrevent.h"
+#include "tempdir.h"
+
+namespace
+{
+using Names = std::vector<std::string>;
+
+struct sCall
+{
+    eScannerMode eMode;
+    std::string sFileName;
+    std::string sDirectory;
+    std::string sSearchPath;
+    std::thread::id ThreadId;
+};
+
+// Collects the callbacks of one scan from whatever thread makes them; a test waits for
+// the end of a threaded scan with a time limit, so that no test can hang.
+class CRecorder
+{
+public:
+    static void Callback(eScannerMode eMode, sFileData * pData, unsigned long ulUser)
+    {
+        CRecorder * const pThis = reinterpret_cast<CRecorder *>(ulUser);
+        sCall Call{eMode, "", "", "", std::this_thread::get_id()};
+        if (pData != nullptr)
+        {
+            EXPECT_TRUE(pData->m_sSubDirectory.IsEmpty());
+            Call.sFileName = pData->m_sFileName.GetString();
+            Call.sDirectory = pData->m_sDirectory.GetString();
+            Call.sSearchPath = pData->m_sSearchPath.GetString();
+        }
+        if (eMode == SCAN_FILE && pThis->m_bStopAtFirstFile)
+            CZRFileScanner::StopThread();
+        std::lock_guard<std::mutex> Lock(pThis->m_Mutex);
+        pThis->m_vCalls.push_back(Call);
+        pThis->m_Changed.notify_all();
+    }
+    unsigned long User() { return reinterpret_cast<unsigned long>(this); }
+
+    bool WaitForEnd()
+    {
+        std::unique_lock<std::mutex> Lock(m_Mutex);
+        return m_Changed.wait_for(Lock, std::chrono::seconds(30),
+                                  [this]
+                                  {
+                                      return !m_vCalls.empty() &&
+                                             (m_vCalls.back().eMode == SCAN_FINISHED ||
+                                              m_vCalls.back().eMode == SCAN_STOPPED);
+                                  });
+    }
+    std::vector<sCall> Calls()
+    {
+        std::lock_guard<std::mutex> Lock(m_Mutex);
+        return m_vCalls;
+    }
+    Names Files(bool bSorted = true)
+    {
+        Names vNames;
+        for (sCall const & Call : Calls())
+            if (Call.eMode == SCAN_FILE)
+                vNames.push_back(Call.sFileName);
+        if (bSorted)
+            std::sort(vNames.begin(), vNames.end());
+        return vNames;
+    }
+
+    bool m_bStopAtFirstFile = false;
+
+private:
+    std::mutex m_Mutex;
+    std::condition_variable m_Changed;
+    std::vector<sCall> m_vCalls;
+};
+
+Names ScanFiles(CZRFileScanner & Scanner)
+{
+    CRecorder Recorder;
+    Scanner.Run(CRecorder::Callback, Recorder.User());
+    return Recorder.Files();
+}
+} // namespace
+
+TEST(ZRFileScanner, FilesComeBeforeSubdirectoriesAndDotDirectoriesAreSkipped)
+{
+    CTempDir Temp;
+    for (char const * szName : {"a", "b", ".profile", "s/c", ".git/hidden"})
+        Temp.WriteFile(std::string("top/") + szName, "");
+    std::string const sTop = Temp / "top";
+
+    CZRFileScanner Scanner;
+    Scanner.AddScanDirectory(sTop.c_str(), "*.*");
+    CRecorder Recorder;
+    Scanner.Run(CRecorder::Callback, Recorder.User());
+    EXPECT_EQ(Recorder.Files(), (Names{".profile", "a", "b", "c"}));
+    EXPECT_EQ(Recorder.Files(false).back(), "c");
+    for (sCall const & Call : Recorder.Calls())
+    {
+        std::string const sDirectory = Call.sFileName == "c" ? sTop + "\\s" : sTop;
+        EXPECT_EQ(Call.sDirectory, sDirectory);
+        EXPECT_EQ(Call.sSearchPath, sDirectory + "\\*.*");
+    }
+
+    Scanner.SetIncludeSubDirs(false);
+    EXPECT_EQ(ScanFiles(Scanner), (Names{".profile", "a", "b"}));
+}
+
+TEST(ZRFileScanner, MasksFollowTheWindowsRules)
+{
+    CTempDir Temp;
+    for (char const * szName : {"a.txt", "ab.TXT", "b.dat", "noext", "sub/c.txt", "m.txt/d.txt"})
+        Temp.WriteFile(szName, "");
+    std::filesystem::create_symlink(Temp / "a.txt", Temp / "link.txt");
+    std::filesystem::create_directory_symlink(Temp / "sub", Temp / "linkdir.txt");
+    std::filesystem::create_symlink(Temp / "missing", Temp / "broken.txt");
+
+    auto Scan = [&Temp](char const * szMask)
+    {
+        CZRFileScanner Scanner;
+        Scanner.AddScanDirectory(Temp.Path().c_str(), szMask);
+        return ScanFiles(Scanner);
+    };
+    // A subdirectory is entered whatever its name, a directory matching the mask is not
+    // a file, a link counts as its target, and a link to a directory is not seen at all.
+    EXPECT_EQ(Scan("*.txt"), (Names{"a.txt", "ab.TXT", "c.txt", "d.txt", "link.txt"}));
+    EXPECT_EQ(Scan("?.TxT"), (Names{"a.txt", "c.txt", "d.txt"}));
+    EXPECT_EQ(Scan("*.*"),
+              (Names{"a.txt", "ab.TXT", "b.dat", "c.txt", "d.txt", "link.txt", "noext"}));
+    EXPECT_EQ(Scan("*"), Scan("*.*"));
+    EXPECT_EQ(Scan("a*t"), (Names{"a.txt", "ab.TXT"}));
+    EXPECT_EQ(Scan(""), Names{});
+}
+
+TEST(ZRFileScanner, EachDirectoryHasItsOwnMaskAndCountsUseTheArgument)
+{
+    CTempDir Temp;
+    for (char const * szName :
+         {"one/x.txt", "one/y.dat", "one/in/z.dat", "one/.hidden/w.txt", "two/p.dat", "two/q.txt"})
+        Temp.WriteFile(szName, "");
+
+    CZRFileScanner Scanner;
+    Scanner.AddScanDirectory((Temp / "one").c_str(), "*.txt");
+    Scanner.AddScanDirectory((Temp / "two").c_str(), "*.dat");
+    CRecorder Recorder;
+    Scanner.Run(CRecorder::Callback, Recorder.User());
+    EXPECT_EQ(Recorder.Files(false), (Names{"x.txt", "p.dat"}));
+
+    int nFiles = -1;
+    int nFolders = -1;
+    Scanner.SetIncludeSubDirs(false);
+    Scanner.GetFolderFileCount(nFiles, nFolders, "*.dat");
+    EXPECT_EQ(nFiles, 3);
+    EXPECT_EQ(nFolders, 1);
+    Scanner.GetFolderFileCount(nFiles, nFolders, "*.*");
+    EXPECT_EQ(nFiles, 5);
+}
+
+TEST(ZRFileScanner, EmptyListsAndMissingDirectoriesGiveNoFiles)
+{
+    CZRFileScanner Empty;
+    EXPECT_TRUE(ScanFiles(Empty).empty());
+    int nFiles = -1;
+    int nFolders = -1;
+    Empty.GetFolderFileCount(nFiles, nFolders, "*.*");
+    EXPECT_EQ(nFiles + nFolders, 0);
+
+    CTempDir Temp;
+    CZRFileScanner Missing;
+    Missing.AddScanDirectory((Temp / "nowhere").c_str(), "*.*");
+    for (CZRFileScanner * pScanner : {&Empty, &Missing})
+    {
+        CRecorder Recorder;
+        pScanner->RunThread(CRecorder::Callback, Recorder.User(), nullptr);
+        ASSERT_TRUE(Recorder.WaitForEnd());
+        std::vector<sCall> const vCalls = Recorder.Calls();
+        ASSERT_EQ(vCalls.size(), 2u);
+        EXPECT_EQ(vCalls[0].eMode, SCAN_STARTED);
+        EXPECT_EQ(vCalls[1].eMode, SCAN_FINISHED);
+        EXPECT_NE(vCalls[0].ThreadId, std::this_thread::get_id());
+    }
+}
+
+TEST(ZRFileScanner, ThreadedScanWaitsForItsEventAndUsesASnapshot)
+{
+    CTempDir Temp;
+    for (int nFile = 0; nFile < 200; ++nFile)
+        Temp.WriteFile("busy/f" + std::to_string(nFile), "");
+    Temp.WriteFile("first/a", "");
+    Temp.WriteFile("later/b", "");
+
+    CZREvent Start;
+    CRecorder Recorder;
+    {
+        CZRFileScanner Scanner;
+        Scanner.AddScanDirectory((Temp / "first").c_str(), "*.*");
+        Scanner.RunThread(CRecorder::Callback, Recorder.User(), &Start);
+        // Neither a later change nor the end of the scanner reaches the worker.
+        Scanner.AddScanDirectory((Temp / "later").c_str(), "*.*");
+    }
+    // A worker that failed to wait would show itself while a second worker, started
+    // after it, scans a busy directory to the end.
+    CZRFileScanner Busy;
+    Busy.AddScanDirectory((Temp / "busy").c_str(), "*.*");
+    CRecorder Witness;
+    Busy.RunThread(CRecorder::Callback, Witness.User(), nullptr);
+    ASSERT_TRUE(Witness.WaitForEnd());
+    EXPECT_EQ(Witness.Files().size(), 200u);
+    EXPECT_TRUE(Recorder.Calls().empty());
+
+    Start.Set();
+    ASSERT_TRUE(Recorder.WaitForEnd());
+    std::vector<sCall> const vCalls = Recorder.Calls();
+    ASSERT_EQ(vCalls.size(), 3u);
+    EXPECT_EQ(vCalls[0].eMode, SCAN_STARTED);
+    EXPECT_EQ(vCalls[1].sFileName, "a");
+    EXPECT_EQ(vCalls[2].eMode, SCAN_FINISHED);
+}
+
+TEST(ZRFileScanner, StopEndsTheWalkWithScanStopped)
+{
+    CTempDir Temp;
+    for (std::string const sDirectory : {"top/s1", "top/s2", "second"})
+    {
+        for (int nFile = 0; nFile < 5; ++nFile)
+            Temp.WriteFile(sDirectory + "/f" + std::to_string(nFile) + ".txt", "");
+        Temp.WriteFile(sDirectory + "/deeper/never.txt", "");
+    }
+    CZRFileScanner Scanner;
+    Scanner.AddScanDirectory((Temp / "top").c_str(), "*.txt");
+    Scanner.AddScanDirectory((Temp / "second").c_str(), "*.txt");
+    CRecorder Recorder;
+    Recorder.m_bStopAtFirstFile = true;
+    Scanner.RunThread(CRecorder::Callback, Recorder.User(), nullptr);
+    ASSERT_TRUE(Recorder.WaitForEnd());
+
+    // The stop is tested only behind the second hit, so each directory searched reports
+    // two files: s1, s2 (listed before the stop) and the second scan directory. Nothing
+    // below them is entered.
+    std::vector<sCall> const vCalls = Recorder.Calls();
+    EXPECT_EQ(vCalls.front().eMode, SCAN_STARTED);
+    EXPECT_EQ(vCalls.back().eMode, SCAN_STOPPED);
+    Names vDirectories;
+    for (sCall const & Call : vCalls)
+        if (Call.eMode == SCAN_FILE)
+            vDirectories.push_back(Call.sDirectory);
+    std::sort(vDirectories.begin(), vDirectories.end());
+    std::string const sTop = Temp / "top";
+    EXPECT_EQ(vDirectories, (Names{Temp / "second", Temp / "second", sTop + "\\s1", sTop + "\\s1",
+                                   sTop + "\\s2", sTop + "\\s2"}));
+
+    // Once no scan runs, the next one starts with the flag cleared.
+    EXPECT_EQ(ScanFiles(Scanner).size(), 18u);
+
+    // A stop from Run's own callback shortens Run the same way.
+    CRecorder Shortened;
+    Shortened.m_bStopAtFirstFile = true;
+    Scanner.Run(CRecorder::Callback, Shortened.User());
+    EXPECT_EQ(Shortened.Files().size(), 6u);
+}
