@@ -1,6 +1,6 @@
 #include "common/platform/thread.h"
 
-#include <system_error>
+#include <exception>
 #include <thread>
 
 bool PLATFORM_StartDetachedThread(void (*pfnThread)(void *), void * pParam)
@@ -10,8 +10,10 @@ bool PLATFORM_StartDetachedThread(void (*pfnThread)(void *), void * pParam)
         std::thread(pfnThread, pParam).detach();
         return true;
     }
-    catch (std::system_error const &)
+    catch (std::exception const &)
     {
+        // A thread the system refuses comes as std::system_error, a start record that
+        // can't be allocated as std::bad_alloc: either way there is no thread.
         return false;
     }
 }
