@@ -4,6 +4,8 @@
 #include "common/kernel/debug.h"
 #include "common/kernel/memory.h"
 #include "common/kernel/text.h"
+#include "common/parse/lexanalyzer.h"
+#include "common/parse/stringtokenizer.h"
 #include "common/processcontrol/zrmutex.h"
 #include "common/string/zrclasstype.h"
 #include "common/string/zrpath.h"
