@@ -169,7 +169,8 @@ CZRString CStringTokenizer::GetStringValue() const
 
 // Returns the next byte as 0..255, or -1 for the end marker. Only the last byte of the
 // held copy is the marker, so that a byte 0xFF of the text itself is read as text.
-int CStringTokenizer::GetChar()
+// Inline (and so hidden) keeps the per-byte calls off the shared library's call table.
+inline int CStringTokenizer::GetChar()
 {
     int const nMarker = m_sOriginalString.GetLength() - 1;
     int const nPos = m_nPosInString;
@@ -198,7 +199,7 @@ int CStringTokenizer::GetChar()
     return nChar;
 }
 
-int CStringTokenizer::GetCharType(int nChar) const
+inline int CStringTokenizer::GetCharType(int nChar) const
 {
     if (nChar >= 256)
         return CT_ALPHA;
@@ -233,7 +234,8 @@ void CStringTokenizer::ResetCharacterTypeTable()
 int CStringTokenizer::ScanToken()
 {
     int nChar = m_nPeekChar;
-    m_sStringValue.Empty();
+    if (!m_sStringValue.IsEmpty())
+        m_sStringValue.Empty();
     m_dNumValue = 0.0;
     if (nChar == s_nReadNext)
         nChar = GetChar();
@@ -355,16 +357,24 @@ int CStringTokenizer::ScanNumber(int nChar)
 
 int CStringTokenizer::ScanWord(int nChar)
 {
-    std::string sWord;
+    // Behind its first character a word is the run of bytes read from here on, so it
+    // is copied in one piece once its end is found.
+    char const cFirst = static_cast<char>(nChar);
+    int const nRestStart = m_nPosInString;
     int nType = 0;
     do
     {
-        sWord += static_cast<char>(nChar);
         nChar = GetChar();
         nType = nChar < 0 ? CT_WHITESPACE : GetCharType(nChar);
     } while (nType & (CT_DIGIT | CT_ALPHA));
     m_nPeekChar = nChar;
-    SetStringValue(sWord);
+
+    int const nRestLength = m_nPosInString - 1 - nRestStart;
+    char * pBuffer = m_sStringValue.GetBuffer(1 + nRestLength);
+    pBuffer[0] = cFirst;
+    std::memcpy(pBuffer + 1, m_sOriginalString.GetString() + nRestStart,
+                static_cast<std::size_t>(nRestLength));
+    m_sStringValue.ReleaseBuffer(1 + nRestLength);
     if (m_bForceLowerCaseMode)
         m_sStringValue.MakeLower();
     return m_nTokenType = TT_WORD;
