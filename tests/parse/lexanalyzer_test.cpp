@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <string>
 #include <vector>
 
 #include "common/parse/lexanalyzer.h"
@@ -105,4 +106,19 @@ TEST(LexAnalyzer, StringValuesAndPushBack)
     EXPECT_EQ(Copy.GetNextToken(), TT_ASSIGN);
     EXPECT_EQ(Copy.GetNextToken(), TT_WORD);
     EXPECT_EQ(Copy.GetNextToken(), TT_EOF);
+}
+
+TEST(LexAnalyzer, LongRunsOfCommentsDoNotExhaustTheStack)
+{
+    std::string sText;
+    for (int nComment = 0; nComment < 200000; ++nComment)
+        sText += "/**/";
+    sText += "begin // c\n";
+    for (int nComment = 0; nComment < 200000; ++nComment)
+        sText += "{}";
+    sText += ":=";
+    CLexAnalyzer Lexer(sText.c_str());
+    Lexer.AllowPascalComments(true);
+    Lexer.InsertKeyword("begin", KW_BEGIN);
+    EXPECT_EQ(Tokens(Lexer), (Expected{KW_BEGIN, TT_ASSIGN, TT_EOF}));
 }

@@ -58,9 +58,19 @@ TEST(StringTokenizer, NumbersWithAndWithoutFractions)
     EXPECT_EQ(Tokenizer.GetNumValue(), 0.0);
 }
 
+// Shows the held copy of the text to the tests.
+class CHeldText : public CStringTokenizer
+{
+public:
+    CHeldText(char const * szText) : CStringTokenizer(szText) {}
+    using CStringTokenizer::GetOriginalString;
+};
+
 TEST(StringTokenizer, EmptyTextAndEndOfInputIsFinal)
 {
-    CStringTokenizer Tokenizer("");
+    CHeldText Tokenizer("");
+    EXPECT_EQ(Tokenizer.GetOriginalString().GetLength(), 1);
+    EXPECT_EQ(Tokenizer.GetOriginalString().GetAt(0), static_cast<char>(-1));
     EXPECT_EQ(Tokenizer.GetNextToken(), TT_EOF);
     EXPECT_EQ(Tokenizer.GetNextToken(), TT_EOF);
 
