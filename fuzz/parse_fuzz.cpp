@@ -89,8 +89,9 @@ struct sToken
 
 bool SameToken(sToken const & First, sToken const & Second)
 {
-    // NaN cannot come out of a scan, so == on the values is exact.
-    return First.nType == Second.nType && First.dValue == Second.dValue &&
+    // Bitwise: a number with some 310 digits and a fraction scans to inf / inf, NaN.
+    return First.nType == Second.nType &&
+           std::memcmp(&First.dValue, &Second.dValue, sizeof(double)) == 0 &&
            First.sText.GetLength() == Second.sText.GetLength() &&
            (First.sText.GetLength() == 0 ||
             std::memcmp(First.sText.GetString(), Second.sText.GetString(),

@@ -336,6 +336,8 @@ int CStringTokenizer::ScanNumber(int nChar)
     }
     m_nPeekChar = nChar;
 
+    // No digit is dropped: past some 308 digits the value is infinite, and with a
+    // fraction that long the quotient of two infinities makes it NaN.
     if (nFractionDigits > 0)
     {
         double dPower = 10.0;
