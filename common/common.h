@@ -5,6 +5,8 @@
 #include "common/kernel/debug.h"
 #include "common/kernel/memory.h"
 #include "common/kernel/text.h"
+#include "common/parse/lexanalyzer.h"
+#include "common/parse/stringtokenizer.h"
 #include "common/processcontrol/zrcriticalsection.h"
 #include "common/processcontrol/zrevent.h"
 #include "common/processcontrol/zrmutex.h"

@@ -1,0 +1,57 @@
+// CLexAnalyzer: a CStringTokenizer for program-like text. It turns words found in its
+// keyword table into the caller's numbers and joins the five two-character operators
+// >=, <=, :=, <> and .. into one token each, also with white space or comments between
+// their characters. Keywords are compared with their case, exactly as the word stands.
+// Character classes and switches are the base's. One thread at a time per instance.
+#pragma once
+
+#include <map>
+
+#include "common/kernel/api.h"
+#include "common/parse/stringtokenizer.h"
+#include "common/string/zrstring.h"
+
+// The operator tokens, below the token types of the tokenizer.
+enum eLexTokenType
+{
+    TT_GREATER_EQUAL = -50,
+    TT_LESS_EQUAL = -51,
+    TT_ASSIGN = -52,
+    TT_NOT_EQUAL = -53,
+    TT_RANGE = -54
+};
+
+// Orders keywords by CZRString::Compare, that is, byte-wise and with their case.
+struct sKeywordLess
+{
+    bool operator()(CZRString const & sLeft, CZRString const & sRight) const
+    {
+        return sLeft.Compare(sRight.GetString()) < 0;
+    }
+};
+
+class COMMON_API CLexAnalyzer : public CStringTokenizer
+{
+public:
+    CLexAnalyzer(CZRString const & sString);
+    CLexAnalyzer(CLexAnalyzer const & Other) = default;
+    CLexAnalyzer & operator=(CLexAnalyzer const & Other) = default;
+    virtual ~CLexAnalyzer();
+
+    // Adds the keyword, or gives a known keyword the new number. The numbers are the
+    // caller's: they should stay clear of character codes and token types.
+    void InsertKeyword(CZRString const & sKeyword, int nToken);
+
+    int GetNextToken() override;
+    // As the tokenizer's, with the operators' own text and the text of strings between
+    // either quote.
+    CZRString GetStringValue() const override;
+    void PushBack() override;
+
+private:
+    int JoinOperator(int nFirst);
+
+    bool m_bLexPushedBack; // the current token is to be delivered once more
+    std::map<CZRString, int, sKeywordLess> m_mapKeywords;
+    int m_nLexType; // the token last returned by this class
+};

@@ -1,0 +1,128 @@
+// CStringTokenizer: cuts a text held in memory into tokens, one per GetNextToken. A
+// table of 256 class entries, which the caller may change, decides what each byte
+// means; switches add comments, quoted strings, text blocks, lower-casing and line ends
+// as tokens. The tokenizer keeps its own copy of the text, reads no file and throws
+// nothing: every text yields tokens and finally TT_EOF. Bytes 0x80 to 0xFF are text
+// like any other. One thread at a time per instance.
+#pragma once
+
+#include <string>
+
+#include "common/kernel/api.h"
+#include "common/string/zrstring.h"
+
+// What GetNextToken returns: a negative named type, or a character code.
+enum eTokenType
+{
+    TT_EOF = -1,
+    TT_NUMBER = -2, // without a fraction
+    TT_FLOAT = -3,  // with a fraction
+    TT_WORD = -4,
+    TT_TEXT = -5, // a text block {! ... !}
+    TT_EOL = 10   // only with EOLIsSignificant(true)
+};
+
+// Bits of a class table entry.
+enum eCharType
+{
+    CT_WHITESPACE = 1,
+    CT_DIGIT = 2,
+    CT_ALPHA = 4,
+    CT_QUOTE = 8,
+    CT_COMMENT = 16
+};
+
+class COMMON_API CStringTokenizer
+{
+public:
+    CStringTokenizer(CZRString const & sString);
+    CStringTokenizer(CStringTokenizer const & Other) = default;
+    CStringTokenizer & operator=(CStringTokenizer const & Other) = default;
+    virtual ~CStringTokenizer();
+
+    // The range operations clip to 0..255 and do nothing for an empty range.
+    void WordChars(int nLow, int nHigh);
+    void WhiteSpaceChars(int nLow, int nHigh);
+    void OrdinaryChars(int nLow, int nHigh);
+    // The single-character operations take 0..255 only.
+    void OrdinaryChar(int nChar);
+    void CommentChar(int nChar);
+    void QuoteChar(int nChar);
+
+    void EOLIsSignificant(bool bFlag) { m_bEOLIsSignificant = bFlag; }
+    void AllowSlashStarComments(bool bFlag) { m_bAllowSlashStarComments = bFlag; }
+    void AllowSlashSlashComments(bool bFlag) { m_bAllowSlashSlashComments = bFlag; }
+    void AllowPascalComments(bool bFlag) { m_bAllowPascalComments = bFlag; }
+    void AllowAssemblerComments(bool bFlag) { m_bAllowAssemblerComments = bFlag; }
+    void AllowTextBlocks(bool bFlag) { m_bAllowTextBlocks = bFlag; }
+    void AllowStringHandling(bool bFlag) { m_bAllowStringHandling = bFlag; }
+    void ForceLowerCaseMode(bool bFlag) { m_bForceLowerCaseMode = bFlag; }
+    // The tab size must be positive.
+    void SetTabSize(int nTabSize);
+
+    // Back to the start of the text; switches, class table and tab size stay.
+    virtual void Rewind();
+    // The current token is delivered once more by the next GetNextToken.
+    virtual void PushBack();
+    virtual int GetNextToken();
+    // The current token as text: the word or string, the number with "%f", "EOF",
+    // "EOL", or the character in single quotes.
+    virtual CZRString GetStringValue() const;
+
+    double GetNumValue() const { return m_dNumValue; }
+    // Line and column of the reading point, which is one character ahead of the token.
+    int GetLineNumber() const { return m_nLineNumber; }
+    int GetColumnNumber() const { return m_nColumnNumber; }
+    // Moves the reading point alone; a position outside the text is the caller's fault.
+    void SetPosInString(int nPos) { m_nPosInString = nPos; }
+    int GetPosInString() const { return m_nPosInString; }
+    bool IsStartOfLine() const { return m_bStartOfLine; }
+
+protected:
+    // The held copy with its end marker: one byte longer than the text.
+    CZRString const & GetOriginalString() const { return m_sOriginalString; }
+
+    CZRString m_sStringValue; // text of the current word, string or text block
+    double m_dNumValue;       // value of the current number, else 0.0
+
+private:
+    int GetChar();
+    int GetCharType(int nChar) const;
+    void NewLine();
+    void StartOfLine();
+    void ParseNumbers();
+    void ResetCharacterTypeTable();
+
+    int ScanToken();
+    int EndOfInput();
+    int ScanNumber(int nChar);
+    int ScanWord(int nChar);
+    int ScanQuotedString(int nQuote);
+    bool ScanOctalEscape(int nFirstDigit, std::string & sText);
+    int ScanTextBlock();
+    int SkipToLineEnd();
+    int SkipPascalComment();
+    int SkipSlashStarComment();
+    void SetStringValue(std::string const & sText);
+
+    int m_nPosInString;          // index of the next byte that GetChar reads
+    CZRString m_sOriginalString; // the text and one end marker
+    bool m_bAllowSlashSlashComments;
+    bool m_bAllowSlashStarComments;
+    bool m_bAllowPascalComments;
+    bool m_bAllowTextBlocks;
+    bool m_bAllowAssemblerComments;
+    bool m_bAllowStringHandling;
+    bool m_bForceLowerCaseMode;
+    bool m_bEOLIsSignificant;
+    bool m_bPushedBack; // the current token is to be delivered once more
+    int m_nLineNumber;
+    int m_nColumnNumber;
+    unsigned char m_acCharType[256];
+    int m_nPeekChar; // the character the next scan begins with: -1 at the end,
+                     // -2 when it is still to be read
+    int m_nTokenType;
+    int m_nTabSize;
+    bool m_bStartOfLine;
+    int m_nContinuationDepth; // nested continuations after comments, see GetNextToken
+};
