@@ -2,6 +2,9 @@
 #pragma once
 
 #include "common/exception/zrexception.h"
+#include "common/file/extendedfilesystem.h"
+#include "common/file/fileio.h"
+#include "common/file/vectors.h"
 #include "common/kernel/debug.h"
 #include "common/kernel/memory.h"
 #include "common/kernel/text.h"
