@@ -61,6 +61,29 @@ std::uint32_t ClampOffset(std::uint64_t ullOffset)
     return static_cast<std::uint32_t>(ullOffset < NO_OFFSET ? ullOffset : NO_OFFSET);
 }
 
+// A hash of the name with the ASCII letters folded, as the case-blind compare folds
+// them: names that compare equal have equal hashes.
+std::uint32_t FoldedNameHash(char const * szName)
+{
+    std::uint32_t ulHash = 2166136261u;
+    for (unsigned char const * p = reinterpret_cast<unsigned char const *>(szName); *p != 0; ++p)
+    {
+        unsigned char const ucFolded = (*p >= 'A' && *p <= 'Z') ? *p + ('a' - 'A') : *p;
+        ulHash = (ulHash ^ ucFolded) * 16777619u;
+    }
+    return ulHash;
+}
+
+// The block behind m_pEntries holds the records and, behind them, one name hash per
+// record, so that the linear look-up compares 4 bytes before it compares a name.
+std::uint32_t * EntryHashes(CExtendedFileSystem::sArchiveEntry * pEntries, std::uint32_t ulCount)
+{
+    return reinterpret_cast<std::uint32_t *>(pEntries + ulCount);
+}
+
+constexpr std::uint64_t BLOCK_BYTES_PER_ENTRY =
+    sizeof(CExtendedFileSystem::sArchiveEntry) + sizeof(std::uint32_t);
+
 std::uint64_t StreamLength(std::FILE * pStream)
 {
     long const lHere = std::ftell(pStream);
@@ -207,13 +230,13 @@ void CExtendedFileSystem::ReadArchiveUnit(sArchiveInfo * pRecord, std::FILE * pS
     std::uint64_t const ullStart =
         static_cast<std::uint64_t>(pRecord->m_ulBaseOffset) + Header.m_ulDirectoryOffset;
     std::uint64_t const ullBytes = static_cast<std::uint64_t>(ulCount) * sizeof(sArchiveEntry);
-    if (ullStart + ullBytes > StreamLength(pStream) || ullBytes > NO_OFFSET)
+    if (ullStart + ullBytes > StreamLength(pStream) || ulCount * BLOCK_BYTES_PER_ENTRY > NO_OFFSET)
     {
         std::fclose(pStream);
         ThrowException(4006, __LINE__, s_szSourceFile, "Error reading from file.");
     }
-    sArchiveEntry * pEntries =
-        static_cast<sArchiveEntry *>(MEM_Alloc(static_cast<std::uint32_t>(ullBytes)));
+    sArchiveEntry * pEntries = static_cast<sArchiveEntry *>(
+        MEM_Alloc(static_cast<std::uint32_t>(ulCount * BLOCK_BYTES_PER_ENTRY)));
     if (pEntries == nullptr || std::fseek(pStream, static_cast<long>(ullStart), SEEK_SET) != 0 ||
         std::fread(pEntries, sizeof(sArchiveEntry), ulCount, pStream) != ulCount)
     {
@@ -223,8 +246,12 @@ void CExtendedFileSystem::ReadArchiveUnit(sArchiveInfo * pRecord, std::FILE * pS
         ThrowException(4006, __LINE__, s_szSourceFile, "Error reading from file.");
     }
     // A name that fills its 256 bytes is cut to 255, so that every compare ends inside.
+    std::uint32_t * pHashes = EntryHashes(pEntries, ulCount);
     for (std::uint32_t ulIndex = 0; ulIndex < ulCount; ++ulIndex)
+    {
         pEntries[ulIndex].m_szName[sizeof(pEntries[ulIndex].m_szName) - 1] = '\0';
+        pHashes[ulIndex] = FoldedNameHash(pEntries[ulIndex].m_szName);
+    }
     pRecord->m_pEntries = pEntries;
 }
 
@@ -247,9 +274,12 @@ CExtendedFileSystem::FindArchiveEntry(sArchiveInfo * pArchive, char const * szNa
     if (pArchive->m_pEntries == nullptr)
         return nullptr;
     std::uint32_t const ulCount = pArchive->m_sHeader.m_ulEntryCount;
+    std::uint32_t const * pHashes = EntryHashes(pArchive->m_pEntries, ulCount);
+    std::uint32_t const ulHash = FoldedNameHash(szName);
     for (std::uint32_t ulIndex = 0; ulIndex < ulCount; ++ulIndex)
     {
-        if (STR_stricmp(pArchive->m_pEntries[ulIndex].m_szName, szName) == 0)
+        if (pHashes[ulIndex] == ulHash &&
+            STR_stricmp(pArchive->m_pEntries[ulIndex].m_szName, szName) == 0)
             return &pArchive->m_pEntries[ulIndex];
     }
     return nullptr;
@@ -290,7 +320,7 @@ void CExtendedFileSystem::CopyArchivesFrom(CExtendedFileSystem const & Other)
         if (Record.m_pEntries == nullptr)
             continue;
         std::uint32_t const ulBytes =
-            static_cast<std::uint32_t>(Record.m_sHeader.m_ulEntryCount * sizeof(sArchiveEntry));
+            static_cast<std::uint32_t>(Record.m_sHeader.m_ulEntryCount * BLOCK_BYTES_PER_ENTRY);
         sArchiveEntry * pEntries = static_cast<sArchiveEntry *>(MEM_Alloc(ulBytes));
         if (pEntries != nullptr)
             MEM_Copy(pEntries, Record.m_pEntries, ulBytes);

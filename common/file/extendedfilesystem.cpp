@@ -8,6 +8,7 @@
 #include "common/kernel/text.h"
 #include "common/log/zrlog.h"
 #include "common/platform/fileopen.h"
+#include "common/platform/streamio.h"
 
 static char const s_szSourceFile[] = "common/file/extendedfilesystem";
 
@@ -232,7 +233,7 @@ bool CExtendedFileSystem::ReadFile(std::uint32_t ulHandle, void * pBuffer, std::
         return false;
     std::uint32_t const ulRemaining = pFileInfo->m_ulFileSize - pFileInfo->m_ulPosition;
     std::uint32_t const ulCount = ulSize < ulRemaining ? ulSize : ulRemaining;
-    if (std::fread(pBuffer, 1, ulCount, pFileInfo->m_pFile) != ulCount)
+    if (PLATFORM_ReadStream(pBuffer, ulCount, pFileInfo->m_pFile) != ulCount)
     {
         if (!ReSeek(pFileInfo))
             Log(__LINE__, "ReadFile Error: Could not re-seek");
@@ -284,7 +285,7 @@ bool CExtendedFileSystem::WriteFile(std::uint32_t ulHandle, void const * pBuffer
     if (ulSize == 0)
         return true;
     sFileInfo * pFileInfo = GetOpenFile(ulHandle, s_szInvalidHandle);
-    if (std::fwrite(pBuffer, 1, ulSize, pFileInfo->m_pFile) != ulSize)
+    if (PLATFORM_WriteStream(pBuffer, ulSize, pFileInfo->m_pFile) != ulSize)
     {
         if (!ReSeek(pFileInfo))
             Log(__LINE__, "WriteFile Error: Could not re-seek");

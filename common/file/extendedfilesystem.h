@@ -80,7 +80,7 @@ public:
         char m_szName[1024];          // top-level: its key, the full path; nested: entry name
         std::uint32_t m_ulBaseOffset; // of the unit's header in the archive file
         sHeader m_sHeader;
-        sArchiveEntry * m_pEntries;    // owned; null when there are no entries
+        sArchiveEntry * m_pEntries;    // owned, null when there are none; name hashes follow
         sArchiveInfo * m_pFirstChild;  // the child registered last
         sArchiveInfo * m_pNextSibling; // the next older child of the same parent
         char * m_szPath;               // the archive file on disk
