@@ -31,7 +31,7 @@ static bool ClipRange(int & nLow, int & nHigh)
 }
 
 CStringTokenizer::CStringTokenizer(CZRString const & sString)
-    : m_dNumValue(0.0), m_nPosInString(0), m_sOriginalString(sString),
+    : m_nPosInString(0), m_dNumValue(0.0), m_sOriginalString(sString),
       m_bAllowSlashSlashComments(true), m_bAllowSlashStarComments(true),
       m_bAllowPascalComments(false), m_bAllowTextBlocks(false), m_bAllowAssemblerComments(false),
       m_bAllowStringHandling(true), m_bForceLowerCaseMode(false), m_bEOLIsSignificant(false),

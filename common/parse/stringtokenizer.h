@@ -82,9 +82,6 @@ protected:
     // The held copy with its end marker: one byte longer than the text.
     CZRString const & GetOriginalString() const { return m_sOriginalString; }
 
-    CZRString m_sStringValue; // text of the current word, string or text block
-    double m_dNumValue;       // value of the current number, else 0.0
-
 private:
     int GetChar();
     int GetCharType(int nChar) const;
@@ -105,7 +102,13 @@ private:
     int SkipSlashStarComment();
     void SetStringValue(std::string const & sText);
 
-    int m_nPosInString;          // index of the next byte that GetChar reads
+    int m_nPosInString; // index of the next byte that GetChar reads
+
+protected:
+    CZRString m_sStringValue; // text of the current word, string or text block
+    double m_dNumValue;       // value of the current number, else 0.0
+
+private:
     CZRString m_sOriginalString; // the text and one end marker
     bool m_bAllowSlashSlashComments;
     bool m_bAllowSlashStarComments;

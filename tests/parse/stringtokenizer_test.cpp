@@ -56,6 +56,12 @@ TEST(StringTokenizer, NumbersWithAndWithoutFractions)
     EXPECT_DOUBLE_EQ(Tokenizer.GetNumValue(), 0.125);
     EXPECT_EQ(Tokenizer.GetNextToken(), TT_WORD);
     EXPECT_EQ(Tokenizer.GetNumValue(), 0.0);
+
+    // The digits accumulate in double and the fraction is one division by a power of
+    // ten; a correctly rounded conversion such as strtod gives 3.141592653589793.
+    CStringTokenizer Long("3.14159265358979323846");
+    EXPECT_EQ(Long.GetNextToken(), TT_FLOAT);
+    EXPECT_EQ(Long.GetNumValue(), 3.1415926535897927);
 }
 
 // Shows the held copy of the text to the tests.
