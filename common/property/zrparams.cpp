@@ -149,8 +149,14 @@ bool CZRParams::Read(CFileIO * pFile)
     long lCount = 0;
     if (!pFile->Read(lCount))
         return false;
-    // Nothing is reserved for the count: each element read takes bytes of the stream,
-    // so a damaged count ends at the end of the stream.
+    // Room for no more elements than the rest of the stream can hold, 4 bytes each at
+    // least, so that a damaged count reserves nothing the stream can't back; the loop
+    // itself ends at the end of the stream.
+    std::uint32_t const ulPosition = pFile->GetFilePointerPos();
+    std::uint32_t const ulSize = pFile->GetSize();
+    std::uint32_t const ulMost = ulPosition < ulSize ? (ulSize - ulPosition) / 4 : 0;
+    if (lCount > 0)
+        m_Params.reserve(static_cast<std::uint32_t>(lCount) < ulMost ? lCount : ulMost);
     for (long i = 0; i < lCount; ++i)
     {
         CZRProperty Param;

@@ -12,6 +12,13 @@ CZRPropertyManager::~CZRPropertyManager() = default;
 
 void CZRPropertyManager::SetProperty(CZRString const & sName, CZRProperty const & prop)
 {
+    // A name behind the last one, as when a stored manager is read, goes to the end
+    // with one comparison instead of a search.
+    if (!m_Properties.empty() && m_Properties.rbegin()->first.Compare(sName) < 0)
+    {
+        m_Properties.emplace_hint(m_Properties.end(), sName, CZRProperty())->second = prop;
+        return;
+    }
     m_Properties[sName] = prop;
 }
 
