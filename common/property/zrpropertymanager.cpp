@@ -1,6 +1,9 @@
 #include "common/property/zrpropertymanager.h"
 
 #include "common/file/fileio.h"
+#include "common/kernel/check.h"
+
+static char const s_szSourceFile[] = "common/property/zrpropertymanager";
 
 CZRPropertyManager::CZRPropertyManager() = default;
 
@@ -129,6 +132,7 @@ bool CZRPropertyManager::GetNextProperty(CZRString & sName, CZRProperty & prop, 
 
 bool CZRPropertyManager::Write(CFileIO * pFile)
 {
+    ZR_CHECK(pFile != NULL, s_szSourceFile);
     if (!pFile->Write(GetPropertyCount()))
         return false;
     // The walk of GetFirstProperty and GetNextProperty, without their copies.
@@ -142,6 +146,7 @@ bool CZRPropertyManager::Write(CFileIO * pFile)
 
 bool CZRPropertyManager::Read(CFileIO * pFile)
 {
+    ZR_CHECK(pFile != NULL, s_szSourceFile);
     int nCount = 0;
     if (!pFile->Read(nCount))
         return false;

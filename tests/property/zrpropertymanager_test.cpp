@@ -3,6 +3,7 @@
 #include <string>
 #include <vector>
 
+#include "banner.h"
 #include "common/property/zrpropertymanager.h"
 #include "streambytes.h"
 
@@ -182,4 +183,13 @@ TEST(ZRPropertyManager, ACutStreamKeepsTheEntriesBeforeTheCut)
     CMemFileIO Again;
     ASSERT_TRUE(Manager.Write(&Again));
     EXPECT_EQ(Contents(Again), Contents(Stream));
+}
+
+TEST(ZRPropertyManagerDeathTest, StreamsMustNotBeNull)
+{
+    CZRPropertyManager Manager;
+    std::string const sPattern =
+        BannerPattern("pFile != NULL", "common/property/zrpropertymanager");
+    EXPECT_DEATH(Manager.Read(nullptr), sPattern);
+    EXPECT_DEATH(Manager.Write(nullptr), sPattern);
 }
