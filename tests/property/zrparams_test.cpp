@@ -1,0 +1,159 @@
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "banner.h"
+#include "common/exception/zrexception.h"
+#include "common/property/zrparams.h"
+#include "streambytes.h"
+
+namespace
+{
+// The code and text of the CZRParamsException that the statement raised.
+template <typename Statement>
+std::string Raised(Statement Run)
+{
+    try
+    {
+        Run();
+    }
+    catch (CZRParamsException const & Error)
+    {
+        EXPECT_EQ(Error.GetErrorClass(), ERRORCLASS_FILE);
+        return std::to_string(Error.GetErrorCode()) + " " + Error.GetErrorString();
+    }
+    return "nothing";
+}
+} // namespace
+
+TEST(ZRParams, StoresEveryPositionEmptyOnesIncluded)
+{
+    CMemFileIO Empty;
+    EXPECT_TRUE(CZRParams().Write(&Empty));
+    EXPECT_EQ(Contents(Empty), Bytes({0, 0, 0, 0}));
+
+    CZRParams Params;
+    Params[0] = 7;
+    Params[3] = "s";
+    Params.ResizeList(2);
+    CMemFileIO Stream;
+    EXPECT_TRUE(Params.Write(&Stream));
+    EXPECT_EQ(Contents(Stream), Bytes({2, 0, 0, 0, 0x69, 0, 0, 0, 7, 0, 0, 0, 0x2D, 0, 0, 0}));
+    EXPECT_FALSE(Params.Write(nullptr));
+
+    CZRParams Middle;
+    Middle.Add(CZRProperty(1.5f));
+    Middle.Add(CZRProperty());
+    Middle.Add(CZRProperty(true));
+    CMemFileIO Carried;
+    ASSERT_TRUE(Middle.Write(&Carried));
+    ASSERT_TRUE(Carried.SetFilePointerPos(0));
+    CZRParams Back;
+    ASSERT_TRUE(Back.Read(&Carried));
+    EXPECT_EQ(Back.GetCount(), 3);
+    EXPECT_EQ(Back[0].GetFloat(), 1.5f);
+    EXPECT_FALSE(Back.DoesExist(1));
+    EXPECT_TRUE(Back[2].GetBool());
+}
+
+TEST(ZRParams, ReadReplacesTheList)
+{
+    CByteStream Stream(Bytes({1, 0, 0, 0, 0x69, 0, 0, 0, 9, 0, 0, 0}));
+    CZRParams Params(4);
+    Params[0] = 1;
+    EXPECT_FALSE(Params.Read(nullptr));
+    EXPECT_EQ(Params.GetCount(), 4);
+    EXPECT_TRUE(Params.Read(&Stream));
+    EXPECT_EQ(Params.GetCount(), 1);
+    EXPECT_EQ(Params[0].GetInt(), 9);
+    EXPECT_FALSE(Params.Read(&Stream)) << "at the end";
+    EXPECT_TRUE(Params.IsEmpty());
+
+    CByteStream Cut(Bytes({3, 0, 0, 0, 0x2D, 0, 0, 0, 0x69, 0, 0, 0, 5}));
+    EXPECT_FALSE(Params.Read(&Cut));
+    // A value cut off by the end reads as true with what was there, as on a file.
+    ASSERT_EQ(Params.GetCount(), 2) << "what was read before the end stays";
+    EXPECT_FALSE(Params.DoesExist(0));
+    EXPECT_EQ(Params[1].GetInt(), 5);
+
+    CByteStream Huge(Bytes({0xFF, 0xFF, 0xFF, 0x7F, 0x2D, 0, 0, 0}));
+    EXPECT_FALSE(Params.Read(&Huge));
+    EXPECT_EQ(Params.GetCount(), 1);
+    CByteStream Negative(Bytes({0xFF, 0xFF, 0xFF, 0xFF}));
+    EXPECT_TRUE(Params.Read(&Negative));
+    EXPECT_TRUE(Params.IsEmpty());
+}
+
+TEST(ZRParams, TheNonConstGetGrowsTheList)
+{
+    CZRParams Params(3);
+    EXPECT_EQ(Params.GetCount(), 3);
+    EXPECT_FALSE(Params.IsEmpty());
+    EXPECT_FALSE(Params.DoesExist(0));
+    EXPECT_FALSE(Params.DoesExist(-1));
+    EXPECT_FALSE(Params.DoesExist(3));
+
+    Params.ResizeList(2);
+    Params[0] = 10;
+    EXPECT_EQ(Params.Get(5).GetType(), PROP_NONE);
+    EXPECT_EQ(Params.GetCount(), 6);
+    Params.Get(1);
+    EXPECT_EQ(Params.GetCount(), 6);
+    CZRParams const & Const = Params;
+    EXPECT_EQ(Const.Get(0).GetInt(), 10);
+    EXPECT_EQ(Params.GetCount(), 6);
+
+    Params[1] = 11;
+    Params.ResetAt(1);
+    EXPECT_FALSE(Params.DoesExist(1));
+    EXPECT_TRUE(Params.DoesExist(0));
+    EXPECT_EQ(Params.GetCount(), 6);
+    Params.ResetAt(8);
+    EXPECT_EQ(Params.GetCount(), 9);
+
+    Params.ResizeList(1);
+    EXPECT_EQ(Params[0].GetInt(), 10);
+    Params.Add(CZRProperty(12));
+    Params.InsertAt(0, CZRProperty("first"));
+    EXPECT_EQ(Params.GetCount(), 3);
+    EXPECT_STREQ(Params[0].GetString().GetString(), "first");
+    EXPECT_EQ(Params[1].GetInt(), 10);
+    Params.Remove(1);
+    EXPECT_EQ(Params[1].GetInt(), 12);
+    Params.ResizeList(0);
+    EXPECT_TRUE(Params.IsEmpty());
+    Params.Add(CZRProperty(1));
+    Params.Reset();
+    EXPECT_TRUE(Params.IsEmpty());
+}
+
+TEST(ZRParams, ChecksRaiseWithTheParameterNumber)
+{
+    CZRParams Params;
+    Params.Add(CZRProperty(1.0f));
+    Params.Add(CZRProperty());
+    Params.Add(CZRProperty(3));
+    EXPECT_EQ(Raised([&] { Params.ExpectParameterCount(2); }), "nothing");
+    EXPECT_EQ(Raised([&] { Params.ExpectParameterCount(4); }), "6001 Wrong number of parameters");
+    EXPECT_EQ(Raised([&] { Params.ExpectParameter(2); }), "nothing");
+    EXPECT_EQ(Raised([&] { Params.ExpectParameter(1); }), "6003 Parameter 1 is missing");
+    EXPECT_EQ(Raised([&] { Params.ExpectParameter(7); }), "6003 Parameter 7 is missing");
+    EXPECT_EQ(Raised([&] { Params.ExpectParameterType(0, PROP_FLOAT); }), "nothing");
+    EXPECT_EQ(Raised([&] { Params.ExpectParameterType(0, PROP_INT); }),
+              "6002 Parameter 0 is of wrong type");
+    EXPECT_EQ(Raised([&] { Params.ExpectParameterType(1, PROP_INT); }),
+              "6002 Parameter 1 is of wrong type");
+    EXPECT_EQ(Raised([&] { Params.ExpectParameterType(1, PROP_NONE); }), "nothing");
+}
+
+TEST(ZRParamsDeathTest, IndexesMustLieInTheList)
+{
+    CZRParams Params(2);
+    std::string const sPattern =
+        BannerPattern("(0 <= lIndex) && (lIndex < GetCount())", "common/property/zrparams");
+    EXPECT_DEATH(Params.InsertAt(2, CZRProperty(1)), sPattern);
+    EXPECT_DEATH(Params.Remove(-1), sPattern);
+    CZRParams const & Const = Params;
+    EXPECT_DEATH(Const.Get(2), sPattern);
+    EXPECT_DEATH(Params.Get(-1), BannerPattern("lIndex >= 0", "common/property/zrparams"));
+}
