@@ -9,6 +9,7 @@
 #include "common/kernel/memory.h"
 #include "common/kernel/text.h"
 #include "common/log/zrlog.h"
+#include "common/mailslot/zrmailslot.h"
 #include "common/processcontrol/zrmutex.h"
 #include "common/string/zrclasstype.h"
 #include "common/string/zrpath.h"
