@@ -109,10 +109,6 @@ bool IsDecimal(std::string const & sText)
            sText.find_first_not_of("0123456789", nFirst) == std::string::npos;
 }
 
-// The file line is written with CFileIO::WriteConstAscii, the text form of the stream,
-// which is not on this branch yet. Until it is merged, the file-sink cases skip.
-char const s_szNoTextForm[] = "CFileIO::WriteConstAscii (the text form) is not merged yet";
-
 // Serves "\\.\mailslot\debug", the slot that the log function's broadcasts reach, for
 // the length of one test. Records of other processes may arrive as well, so a test
 // looks for its own by process id and log name.
@@ -251,7 +247,6 @@ TEST_F(LogMailSlotSink, FailingFileSinkStaysInsideAndTheMailSlotSinkStillRuns)
 
 TEST(LogFileSink, LineIsAppendedByteForByte)
 {
-    GTEST_SKIP() << s_szNoTextForm;
     CWorkDir Work;
     std::string const sPrefix = HostName() + " | editor | " + Pid() + " | 5 | ";
     EXPECT_TRUE(_ZR_Log_Fn("a.src", "editor", "", 12, 0, LOG_FILE, 5, "%s", "ok"));
@@ -278,7 +273,6 @@ TEST(LogFileSink, LineIsAppendedByteForByte)
 
 TEST(LogFileSink, NoFileWithoutALogNameAndLongMessagesAreCut)
 {
-    GTEST_SKIP() << s_szNoTextForm;
     CWorkDir Work;
     CaptureStderr();
     EXPECT_TRUE(_ZR_Log_Fn("a.src", "", "", 1, 0, LOG_FILE, 5, "%s", "none"));
@@ -296,7 +290,6 @@ TEST(LogFileSink, NoFileWithoutALogNameAndLongMessagesAreCut)
 
 TEST_F(LogMailSlotSink, FileHasTheRecordBeforeTheMailSlotSinkRaises)
 {
-    GTEST_SKIP() << s_szNoTextForm;
     CWorkDir Work;
     std::string const sTooLong(400, 's');
     EXPECT_THROW(
