@@ -45,8 +45,10 @@ public:
 
     // False for a client, without asking the platform.
     bool AreMessagesWaiting() const;
-    // Of the next message; 0 when the query fails.
+    // Of the next message: 0xFFFFFFFF when none waits, as the original platform reports
+    // it; 0 when the query fails (a client, a closed slot).
     std::uint32_t GetMessageSize() const;
+    // 65536 for a server here; 0 when the query fails.
     std::uint32_t GetMaxMessageSize() const;
     std::uint32_t GetTotalBytesRead() const;
     std::uint32_t GetTotalBytesWritten() const;
