@@ -11,6 +11,7 @@
 #include "common/kernel/memory.h"
 #include "common/kernel/text.h"
 #include "common/log/zrlog.h"
+#include "common/mailslot/zrmailslot.h"
 #include "common/parse/lexanalyzer.h"
 #include "common/parse/stringtokenizer.h"
 #include "common/processcontrol/zrcriticalsection.h"

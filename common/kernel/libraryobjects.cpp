@@ -3,4 +3,5 @@
 #include "common/kernel/libraryobjects.h"
 
 CExtendedFileSystem g_FileSystem;
+CZRMailSlot g_MailSlot;
 CZRMutex g_FormatMutex;

@@ -4,9 +4,13 @@
 #pragma once
 
 #include "common/file/extendedfilesystem.h"
+#include "common/mailslot/zrmailslot.h"
 #include "common/processcontrol/zrmutex.h"
 
 // The file system behind every CFileIO; set up on demand by the first stream operation.
 extern CExtendedFileSystem g_FileSystem;
+// The client of "\\*\mailslot\debug" behind the mailslot sink of _ZR_Log_Fn; opened by
+// the first record sent and open from then on.
+extern CZRMailSlot g_MailSlot;
 // Guards the format buffer of CZRString::FormatV.
 extern CZRMutex g_FormatMutex;

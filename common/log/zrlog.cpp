@@ -5,6 +5,7 @@
 #include "common/kernel/debug.h"
 #include "common/kernel/text.h"
 #include "common/log/logrecord.h"
+#include "common/log/logsinks.h"
 #include "common/platform/computername.h"
 #include "common/platform/process.h"
 #include "common/platform/tickcount.h"
@@ -60,7 +61,9 @@ bool _ZR_Log_Fn(char const * szSourceFile, char const * szLogName, char const * 
 
     if ((ulSinks & LOG_DEBUGOUTPUT) != 0)
         DeliverToDebugger(Record);
-    // The .log file (LOG_FILE) and the mailslot (LOG_MAILSLOT) sinks take the same
-    // record, after the debugger channel; they are not part of the library yet.
+    if ((ulSinks & LOG_FILE) != 0)
+        LOG_DeliverToFile(Record);
+    if ((ulSinks & LOG_MAILSLOT) != 0)
+        LOG_DeliverToMailSlot(Record);
     return true;
 }

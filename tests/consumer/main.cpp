@@ -20,11 +20,14 @@ int main()
     Mutex.Lock();
     Mutex.Unlock();
 
+    CZRMailSlot const Slot;
+
     void * pBlock = MEM_Alloc(4);
     MEM_Zero(pBlock, 4);
     MEM_Free(pBlock);
 
     bool const bAllRight = STR_strcmp(sCut, "consumer!") == 0 && Path.GetNumPathComponents() == 3 &&
+                           !Slot.IsOpened() && Slot.GetMaxMessageSize() == 0 &&
                            Leaf.IsDerivedFrom(Base) &&
                            Leaf.GetFullName().Compare("Base/Leaf/") == 0;
     Debug_Printf("consumer: %s\n", bAllRight ? "ok" : "wrong");

@@ -18,7 +18,7 @@ TEST(ZRLog, DebuggerSinkGetsTheMessageAndALineFeed)
 {
     CaptureStderr();
     EXPECT_TRUE(_ZR_Log_Fn("a.src", "Unknown", "", 12, 0, LOG_DEBUGOUTPUT, 5, "%s %d", "ok", 7));
-    // Null texts count as empty; other sink bits deliver nothing here yet.
+    // Null texts count as empty; without a log name the file sink writes nothing.
     EXPECT_TRUE(
         _ZR_Log_Fn(nullptr, nullptr, nullptr, 1, 0, LOG_DEBUGOUTPUT | LOG_FILE, 5, "%s", "second"));
     EXPECT_EQ(GetCapturedStderr(), "ok 7\nsecond\n");

@@ -1,0 +1,69 @@
+// CZRMailSlot: a one-way channel of 400-byte messages. An object is either the server
+// of a slot, which creates it and reads, or a client, which opens it and writes. A
+// block is filled through a cursor with raw bytes and counted strings (a signed 4-byte
+// length, then the text) and sent whole; a received block is emptied the same way.
+// Read and Write never return false: a value that does not fit raises 5002 or 5003 and
+// leaves block and cursor as they were. No lock: one thread at a time, Begin to End.
+#pragma once
+
+#include <cstdint>
+
+#include "common/kernel/api.h"
+#include "common/string/zrstring.h"
+
+class COMMON_API CZRMailSlot
+{
+public:
+    // The size of every message that EndWrite sends.
+    static constexpr std::uint32_t MESSAGE_SIZE = 400;
+
+    CZRMailSlot();
+    // Copies share the handle: only one of them may be closed.
+    CZRMailSlot(CZRMailSlot const & Other) = default;
+    CZRMailSlot & operator=(CZRMailSlot const & Other) = default;
+    virtual ~CZRMailSlot();
+
+    // Creates the slot (server) or opens an existing one (client); raises 5000. A slot
+    // that is open must be closed first. Resets the byte counter of its own side.
+    bool Open(char const * szName, bool bServer);
+    // False when nothing was open. The byte counters stay.
+    bool Close();
+    bool IsOpened() const;
+
+    // Receives one message into the block; a failed receive leaves 400 zero bytes.
+    void BeginRead();
+    bool Read(void * pData, std::uint32_t ulSize);
+    // A stored length below 1 leaves sString as it was.
+    bool Read(CZRString & sString);
+    void EndRead();
+    // Starts an empty block of 400 zero bytes.
+    void BeginWrite();
+    bool Write(void const * pData, std::uint32_t ulSize);
+    bool Write(CZRString const & sString);
+    // Sends all 400 bytes of the block, however many were filled.
+    void EndWrite();
+
+    // False for a client, without asking the platform.
+    bool AreMessagesWaiting() const;
+    // Of the next message: 0xFFFFFFFF when none waits, as the original platform reports
+    // it; 0 when the query fails (a client, a closed slot).
+    std::uint32_t GetMessageSize() const;
+    // 65536 for a server here; 0 when the query fails.
+    std::uint32_t GetMaxMessageSize() const;
+    std::uint32_t GetTotalBytesRead() const;
+    std::uint32_t GetTotalBytesWritten() const;
+    // Server only: waits up to ulTimeout milliseconds for a message, without spinning.
+    // True when one waits; false for a client, on time-out, or when a signal arrives.
+    bool WaitForMessage(std::uint32_t ulTimeout) const;
+
+private:
+    [[noreturn]] void ThrowException(std::uint32_t ulCode, std::uint32_t ulLine,
+                                     char const * szFile, char const * szText) const;
+
+    void * m_hMailSlot;                  // 0 before the first Open; invalid after a failed one
+    bool m_bServer;                      // the flag given to Open
+    std::uint32_t m_ulTotalBytesWritten; // as the platform reports them
+    std::uint32_t m_ulTotalBytesRead;
+    char m_achBuffer[MESSAGE_SIZE]; // the current block
+    std::uint32_t m_ulBufferPos;    // next byte of the block to read or write
+};
