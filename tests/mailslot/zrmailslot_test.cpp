@@ -30,6 +30,9 @@ std::string ErrorOf(std::function<void()> const & fnAction)
     catch (CMailSlotException const & Error)
     {
         EXPECT_EQ(Error.GetErrorClass(), ERRORCLASS_MAILSLOT);
+        // The failure site is named by the slot's own source path and a line there.
+        EXPECT_STREQ(Error.GetFileName(), "common/mailslot/zrmailslot");
+        EXPECT_GT(Error.GetLine(), 0u);
         return std::to_string(Error.GetErrorCode()) + " " + Error.GetErrorString();
     }
     return "";
