@@ -327,7 +327,7 @@ TEST(ZRMailSlot, SendsNeverBlockOnAFullQueue)
     CZRMailSlot Broadcast;
     Broadcast.Open(SlotName('*', "full").c_str(), false);
 
-    // The queue is bounded by the system; a few thousand messages fill it long before.
+    // The system bounds the queue (net.unix.max_dgram_qlen messages, 10 by default).
     std::string sError;
     int nSent = 0;
     for (; nSent < 100000 && sError.empty(); ++nSent)
