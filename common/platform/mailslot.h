@@ -16,7 +16,8 @@ constexpr std::uint32_t PLATFORM_MAILSLOT_NO_MESSAGE = 0xFFFFFFFF;
 constexpr std::uint32_t PLATFORM_MAILSLOT_MAX_MESSAGE = 65536;
 
 // Server side: the handle, or PLATFORM_INVALID_MAILSLOT when the name is malformed,
-// not a "\\.\" name, or already served.
+// not a "\\.\" name, or already served. An abstract socket address has room for a
+// NAME of at most 95 bytes; a longer one is refused on both sides.
 void * PLATFORM_CreateMailSlot(char const * szName);
 // Client side: the handle, or PLATFORM_INVALID_MAILSLOT.
 void * PLATFORM_OpenMailSlot(char const * szName);

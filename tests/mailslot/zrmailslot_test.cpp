@@ -30,6 +30,9 @@ std::string ErrorOf(std::function<void()> const & fnAction)
     catch (CMailSlotException const & Error)
     {
         EXPECT_EQ(Error.GetErrorClass(), ERRORCLASS_MAILSLOT);
+        // The failure site is named by the slot's own source path and a line there.
+        EXPECT_STREQ(Error.GetFileName(), "common/mailslot/zrmailslot");
+        EXPECT_GT(Error.GetLine(), 0u);
         return std::to_string(Error.GetErrorCode()) + " " + Error.GetErrorString();
     }
     return "";
@@ -324,7 +327,7 @@ TEST(ZRMailSlot, SendsNeverBlockOnAFullQueue)
     CZRMailSlot Broadcast;
     Broadcast.Open(SlotName('*', "full").c_str(), false);
 
-    // The queue is bounded by the system; a few thousand messages fill it long before.
+    // The system bounds the queue (net.unix.max_dgram_qlen messages, 10 by default).
     std::string sError;
     int nSent = 0;
     for (; nSent < 100000 && sError.empty(); ++nSent)
