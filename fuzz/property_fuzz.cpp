@@ -47,8 +47,8 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const * pData, std::size_t nS
     CZRProperty Property;
     while (Property.Read(&Stream))
     {
-        // A string cut off by the end of the stream keeps an undefined tail, so only
-        // values that lay whole in the stream are compared.
+        // A string cut off by the end of the stream keeps its stored length and an
+        // undefined tail; those bytes too must write and read back as they are.
         if (Stream.GetFilePointerPos() > nSize)
             std::abort();
         CMemFileIO Copy;

@@ -36,6 +36,7 @@ TEST(ZRProperty, EveryTypeReadsBackUnchanged)
                                     CZRProperty(-0.25f),
                                     CZRProperty(CZRString("with \"quotes\"")),
                                     CZRProperty("text"),
+                                    CZRProperty(""),
                                     CZRProperty()};
     CMemFileIO Stream;
     for (CZRProperty const & Property : aWritten)
@@ -54,6 +55,8 @@ TEST(ZRProperty, EveryTypeReadsBackUnchanged)
     EXPECT_STREQ(Read.GetString().GetString(), "with \"quotes\"");
     ASSERT_TRUE(Read.Read(&Stream));
     EXPECT_STREQ(static_cast<char const *>(Read), "text");
+    ASSERT_TRUE(Read.Read(&Stream));
+    EXPECT_EQ(Read.GetString().GetLength(), 0) << "an empty string replaces the held text";
     ASSERT_TRUE(Read.Read(&Stream));
     EXPECT_EQ(Read.GetType(), PROP_NONE) << "a stored PROP_NONE replaces a held value";
     EXPECT_TRUE(Stream.IsEof());
