@@ -14,7 +14,7 @@
 class COMMON_API CMemFileIO : public CFileIO
 {
 public:
-    explicit CMemFileIO(std::uint32_t ulGrowBytes = 1024);
+    CMemFileIO(std::uint32_t ulGrowBytes = 1024);
     // Attaches the caller's block; see Attach.
     CMemFileIO(unsigned char * pBuffer, std::uint32_t ulBufferSize, std::uint32_t ulGrowBytes = 0);
     // A copy shares an attached block. A block the stream owns is copied, so that the two

@@ -80,8 +80,14 @@ bool CZRParams::DoesExist(std::int32_t lIndex) const
 
 CZRProperty const & CZRParams::Get(std::int32_t lIndex) const
 {
-    // No value would be sound outside the list, so that is a failed check.
-    ZR_CHECK((0 <= lIndex) && (lIndex < GetCount()), s_szSourceFile);
+    // Callers must stay inside the list. Outside it the answer is an empty position
+    // rather than memory behind the list, so ExpectParameterType past the end raises
+    // 6002 for any type but PROP_NONE instead of reading out of bounds.
+    if (lIndex < 0 || lIndex >= GetCount())
+    {
+        static CZRProperty const s_Missing;
+        return s_Missing;
+    }
     return m_Params[static_cast<std::size_t>(lIndex)];
 }
 

@@ -17,7 +17,7 @@ class COMMON_API CZRParams
 {
 public:
     // lCount empty positions; lCount must not be negative.
-    explicit CZRParams(std::int32_t lCount = 0);
+    CZRParams(std::int32_t lCount = 0);
     CZRParams(CZRParams const & Other);
     CZRParams & operator=(CZRParams const & Other);
     virtual ~CZRParams();

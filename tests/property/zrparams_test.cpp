@@ -146,7 +146,7 @@ TEST(ZRParams, ChecksRaiseWithTheParameterNumber)
     EXPECT_EQ(Raised([&] { Params.ExpectParameterType(1, PROP_NONE); }), "nothing");
 }
 
-TEST(ZRParamsDeathTest, IndexesMustLieInTheList)
+TEST(ZRParamsDeathTest, IndexRules)
 {
     CZRParams Params(2);
     std::string const sPattern =
@@ -154,6 +154,10 @@ TEST(ZRParamsDeathTest, IndexesMustLieInTheList)
     EXPECT_DEATH(Params.InsertAt(2, CZRProperty(1)), sPattern);
     EXPECT_DEATH(Params.Remove(-1), sPattern);
     CZRParams const & Const = Params;
-    EXPECT_DEATH(Const.Get(2), sPattern);
+    // Outside the list the const form answers an empty position and never grows it.
+    EXPECT_TRUE(Const.Get(2).IsOfType(PROP_NONE));
+    EXPECT_EQ(Raised([&] { Const.ExpectParameterType(2, PROP_INT); }),
+              "6002 Parameter 2 is of wrong type");
+    EXPECT_EQ(Params.GetCount(), 2);
     EXPECT_DEATH(Params.Get(-1), BannerPattern("lIndex >= 0", "common/property/zrparams"));
 }
