@@ -223,6 +223,9 @@ TEST_F(FileIO, RawReadsAndPositions)
     EXPECT_TRUE(File.SetFilePointerPos(8));
     EXPECT_EQ(File.ReadRaw(acBuffer, 1, 1), 1);
     EXPECT_EQ(acBuffer[0], '8');
+    // A count of 2^31 bytes is negative in 32 bits; adding the rest wraps to what remains.
+    EXPECT_EQ(File.ReadRaw(acBuffer, 0x80000000u, 1), 1);
+    EXPECT_EQ(acBuffer[0], '9');
     EXPECT_TRUE(File.SetFilePointerPos(10));
     EXPECT_EQ(ErrorCodeOf([&] { File.SetFilePointerPos(11); }), 4009u);
     EXPECT_EQ(ErrorCodeOf([&] { File.Skip(1); }), 4009u);
