@@ -170,6 +170,33 @@ TEST_F(FileIO, ModesDecideInTheOrderReadCreateAppend)
     EXPECT_FALSE(CFileIO::FileExists("missing"));
 }
 
+TEST_F(FileIO, ItsOwnErrorsAreCFileIOExceptionsAndTheFileSystemsPassThrough)
+{
+    CFileIO File;
+    try
+    {
+        File.Open("a.txt", 0);
+        ADD_FAILURE() << "mode 0 opened";
+    }
+    catch (CFileIOException const & Error)
+    {
+        EXPECT_EQ(Error.GetErrorCode(), 4500u);
+        EXPECT_EQ(Error.GetErrorClass(), ERRORCLASS_FILE);
+        EXPECT_STREQ(Error.GetFileName(), "common/file/fileio");
+    }
+    try
+    {
+        File.Open("missing", FILEIO_READ);
+        ADD_FAILURE() << "a missing file opened";
+    }
+    catch (CXfsException const & Error)
+    {
+        EXPECT_EQ(Error.GetErrorCode(), 4002u);
+        EXPECT_EQ(Error.GetErrorClass(), ERRORCLASS_FILE);
+        EXPECT_STREQ(Error.GetFileName(), "common/file/extendedfilesystem");
+    }
+}
+
 TEST_F(FileIO, AClosedStreamRaises4501OrAnswersFalse)
 {
     CFileIO File;
