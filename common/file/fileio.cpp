@@ -182,7 +182,8 @@ int CFileIO::ReadRaw(void * pBuffer, std::uint32_t ulSize, int nCount)
         static_cast<std::uint32_t>(lSize) -
         (static_cast<std::uint32_t>(lPosition) + static_cast<std::uint32_t>(lCount)));
     if (lRest < 0)
-        lCount += lRest;
+        lCount = static_cast<std::int32_t>(static_cast<std::uint32_t>(lCount) +
+                                           static_cast<std::uint32_t>(lRest));
     if (lCount < 0)
         return 0;
     Read(pBuffer, static_cast<std::uint32_t>(lCount));

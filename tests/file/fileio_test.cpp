@@ -170,6 +170,33 @@ TEST_F(FileIO, ModesDecideInTheOrderReadCreateAppend)
     EXPECT_FALSE(CFileIO::FileExists("missing"));
 }
 
+TEST_F(FileIO, ItsOwnErrorsAreCFileIOExceptionsAndTheFileSystemsPassThrough)
+{
+    CFileIO File;
+    try
+    {
+        File.Open("a.txt", 0);
+        ADD_FAILURE() << "mode 0 opened";
+    }
+    catch (CFileIOException const & Error)
+    {
+        EXPECT_EQ(Error.GetErrorCode(), 4500u);
+        EXPECT_EQ(Error.GetErrorClass(), ERRORCLASS_FILE);
+        EXPECT_STREQ(Error.GetFileName(), "common/file/fileio");
+    }
+    try
+    {
+        File.Open("missing", FILEIO_READ);
+        ADD_FAILURE() << "a missing file opened";
+    }
+    catch (CXfsException const & Error)
+    {
+        EXPECT_EQ(Error.GetErrorCode(), 4002u);
+        EXPECT_EQ(Error.GetErrorClass(), ERRORCLASS_FILE);
+        EXPECT_STREQ(Error.GetFileName(), "common/file/extendedfilesystem");
+    }
+}
+
 TEST_F(FileIO, AClosedStreamRaises4501OrAnswersFalse)
 {
     CFileIO File;
@@ -223,6 +250,9 @@ TEST_F(FileIO, RawReadsAndPositions)
     EXPECT_TRUE(File.SetFilePointerPos(8));
     EXPECT_EQ(File.ReadRaw(acBuffer, 1, 1), 1);
     EXPECT_EQ(acBuffer[0], '8');
+    // A count of 2^31 bytes is negative in 32 bits; adding the rest wraps to what remains.
+    EXPECT_EQ(File.ReadRaw(acBuffer, 0x80000000u, 1), 1);
+    EXPECT_EQ(acBuffer[0], '9');
     EXPECT_TRUE(File.SetFilePointerPos(10));
     EXPECT_EQ(ErrorCodeOf([&] { File.SetFilePointerPos(11); }), 4009u);
     EXPECT_EQ(ErrorCodeOf([&] { File.Skip(1); }), 4009u);
