@@ -238,6 +238,13 @@ TEST(FileIOTextForm, StringsAreQuotedWithEscapesAndEndAtASemicolon)
     Unquoted.StepBack();
     EXPECT_EQ(Unquoted.GetFilePointerPos(), 0u);
 
+    // Behind the closing quote the escape state is never left again.
+    CTextStream Behind("\"a\"\\; \"b\"\\xy;");
+    EXPECT_TRUE(Behind.ReadAscii(sValue));
+    EXPECT_EQ(Text(sValue), "a\\");
+    EXPECT_TRUE(Behind.ReadAscii(sValue));
+    EXPECT_EQ(Text(sValue), "b\\\\\\");
+
     CTextStream Cut("\"abc");
     EXPECT_FALSE(Cut.ReadAscii(sValue));
     EXPECT_EQ(Text(sValue), "abc") << "the text so far stays";
