@@ -59,16 +59,9 @@ int TranslateEscape(char c)
 // back as the same infinity or as a quiet NaN of the same sign.
 int FormatFloat(char * szText, int nSize, float fValue)
 {
-    int nLength = std::snprintf(szText, nSize, "%.4f; ", static_cast<double>(fValue));
-    if (!std::isfinite(fValue) || std::strtof(szText, nullptr) == fValue)
-        return nLength;
-    for (int nDigits = 6; nDigits <= 9; ++nDigits)
-    {
-        nLength = std::snprintf(szText, nSize, "%.*g; ", nDigits, static_cast<double>(fValue));
-        if (std::strtof(szText, nullptr) == fValue)
-            break;
-    }
-    return nLength;
+    // Four decimals, whatever the magnitude: FLT_MAX gives a 45-byte token, which the
+    // token buffer takes, so every value written reads back (to four decimals).
+    return std::snprintf(szText, nSize, "%.4f; ", static_cast<double>(fValue));
 }
 
 int FormatInt(char * szText, int nSize, std::uint32_t ulValue)
