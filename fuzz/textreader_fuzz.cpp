@@ -1,8 +1,10 @@
 // Two halves. The text readers run over arbitrary bytes on a CMemFileIO in an order the
 // first byte picks, until the stream ends. Then the writers' text of numbers made from
-// the input must read back exactly: every int and every float, whatever its magnitude.
+// the input must read back: every int exactly, every float as its four-decimal text says,
+// whatever its magnitude.
 #include <cmath>
 #include <cstdint>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <vector>
@@ -86,6 +88,9 @@ void CheckNumbersReadBack(std::uint8_t const * pData, std::size_t nSize)
         float fExpected;
         std::memcpy(&nExpected, pData + i * 4, 4);
         std::memcpy(&fExpected, pData + i * 4, 4);
+        char szText[64];
+        std::snprintf(szText, sizeof(szText), "%.4f", static_cast<double>(fExpected));
+        fExpected = std::strtof(szText, nullptr);
         int nValue = ~nExpected;
         float fValue = 0;
         if (!Stream.ReadAscii(nValue, ';') || nValue != nExpected)
