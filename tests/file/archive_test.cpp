@@ -2,6 +2,7 @@
 
 #include <memory>
 #include <string>
+#include <sys/stat.h>
 
 #include "archivebuilder.h"
 #include "common/file/extendedfilesystem.h"
@@ -152,12 +153,15 @@ TEST_F(Archive, FilesThatAreNoArchives)
     m_Dir.WriteFile("newer.arc", sHeader);
     m_Dir.WriteFile("empty.arc", ArchiveHeader(32, 32, 0));
     std::filesystem::create_directory(m_Dir.Path() / "folder.arc");
+    // A pipe that nobody writes would block an open that waits for a writer.
+    ASSERT_EQ(::mkfifo((m_Dir.Path() / "pipe.arc").c_str(), 0600), 0);
 
     EXPECT_EQ(ErrorOfOpen("notes.txt\\a"), 4014u);
     EXPECT_EQ(ErrorOfOpen("tiny.txt\\a"), 4006u);
     EXPECT_EQ(ErrorOfOpen("newer\\a"), 4014u);
     EXPECT_EQ(ErrorOfOpen("empty\\a"), 4002u);
     EXPECT_EQ(ErrorOfOpen("folder\\a"), 4002u);
+    EXPECT_EQ(ErrorOfOpen("pipe\\a"), 4002u);
     // A failed registration leaves nothing behind: a repaired file registers.
     m_Dir.WriteFile("tiny.txt", ArchiveUnit({{"a", "ok"}}));
     EXPECT_EQ(ReadAll("tiny.txt\\a"), "ok");
