@@ -197,7 +197,7 @@ TEST_F(Archive, LyingDirectoriesNeverLeadOutside)
     std::string const sDirectory = ArchiveRecord("past", 1100, 100, false) +
                                    ArchiveRecord("away", 0xFFFFFFF0, 4, false) +
                                    ArchiveRecord("sub", 0xFFFFFF00, 64, true) +
-                                   ArchiveRecord(std::string(256, 'n'), 32, 4, false);
+                                   ArchiveRecord(std::string(255, 'n'), 32, 4, false);
     m_Dir.WriteFile("lie.arc", ArchiveHeader(0, 42, 4) + sBody + sDirectory);
     std::uint32_t const ulPast = Xfs().OpenFile("lie\\past");
     EXPECT_EQ(Xfs().GetFileSize(ulPast), 100u);
@@ -209,9 +209,11 @@ TEST_F(Archive, LyingDirectoriesNeverLeadOutside)
     std::uint32_t const ulAway = Xfs().OpenFile("lie\\away");
     EXPECT_EQ(ErrorCodeOf([&] { Xfs().ReadFile(ulAway, acBuffer, 4); }), 4006u);
     EXPECT_EQ(ErrorOfOpen("lie\\sub\\x"), 4006u);
-    // A name without a terminator in its 256 bytes is cut to 255.
+    // A name of 255 bytes fills its field with the terminator; a name without one makes
+    // the whole directory unreadable.
     EXPECT_EQ(ReadAll(("lie\\" + std::string(255, 'N')).c_str()), "0123");
-    EXPECT_EQ(ErrorOfOpen(("lie\\" + std::string(256, 'n')).c_str()), 4002u);
+    m_Dir.WriteFile("noend.arc", ArchiveUnit({{"a", "x"}, {std::string(256, 'n'), "y"}}));
+    EXPECT_EQ(ErrorOfOpen("noend\\a"), 4006u);
 }
 
 TEST_F(Archive, AtMost256UnitsAreRegistered)
