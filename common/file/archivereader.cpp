@@ -245,12 +245,19 @@ void CExtendedFileSystem::ReadArchiveUnit(sArchiveInfo * pRecord, std::FILE * pS
         std::fclose(pStream);
         ThrowException(4006, __LINE__, s_szSourceFile, "Error reading from file.");
     }
-    // A name that fills its 256 bytes is cut to 255, so that every compare ends inside.
+    // A name without a terminator in its 256 bytes makes a directory that can't be read
+    // as one: it fails as a directory read short does, before any compare runs past it.
     std::uint32_t * pHashes = EntryHashes(pEntries, ulCount);
     for (std::uint32_t ulIndex = 0; ulIndex < ulCount; ++ulIndex)
     {
-        pEntries[ulIndex].m_szName[sizeof(pEntries[ulIndex].m_szName) - 1] = '\0';
-        pHashes[ulIndex] = FoldedNameHash(pEntries[ulIndex].m_szName);
+        char const * szEntryName = pEntries[ulIndex].m_szName;
+        if (std::memchr(szEntryName, '\0', sizeof(pEntries[ulIndex].m_szName)) == nullptr)
+        {
+            MEM_Free(pEntries);
+            std::fclose(pStream);
+            ThrowException(4006, __LINE__, s_szSourceFile, "Error reading from file.");
+        }
+        pHashes[ulIndex] = FoldedNameHash(szEntryName);
     }
     pRecord->m_pEntries = pEntries;
 }

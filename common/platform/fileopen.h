@@ -1,6 +1,7 @@
 // fopen for paths of the original platform: backslashes become slashes, and a mode
 // that reads opens regular files only, so that a directory fails to open as it does
-// there. The stream is an ordinary C stream, closed with fclose.
+// there, and a pipe or device fails at once rather than waiting for a writer. The
+// stream is an ordinary C stream, closed with fclose.
 #pragma once
 
 #include <cstdio>

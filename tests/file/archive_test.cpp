@@ -2,6 +2,7 @@
 
 #include <memory>
 #include <string>
+#include <sys/stat.h>
 
 #include "archivebuilder.h"
 #include "common/file/extendedfilesystem.h"
@@ -121,6 +122,18 @@ TEST_F(Archive, TheDiskWinsAndIsNotEvenLookedPast)
     EXPECT_EQ(sText, "Incorrect archive version.");
 }
 
+TEST_F(Archive, TheSameNameUnderAnotherCurrentDirectoryIsAnotherArchive)
+{
+    m_Dir.WriteFile("one/maps.arc", ArchiveUnit({{"a.txt", "one"}}));
+    m_Dir.WriteFile("two/maps.arc", ArchiveUnit({{"first", "1"}, {"a.txt", "second"}}));
+    std::filesystem::current_path(m_Dir.Path() / "one");
+    EXPECT_EQ(ReadAll("maps\\a.txt"), "one");
+    std::filesystem::current_path(m_Dir.Path() / "two");
+    EXPECT_EQ(ReadAll("maps\\a.txt"), "second");
+    std::filesystem::current_path(m_Dir.Path());
+    EXPECT_EQ(ErrorOfOpen("maps\\a.txt"), 4002u);
+}
+
 TEST_F(Archive, RootsTakePartInTheWalk)
 {
     m_Dir.WriteFile("pack.arc", ArchiveUnit({{"a.txt", "from pack"}}));
@@ -152,12 +165,15 @@ TEST_F(Archive, FilesThatAreNoArchives)
     m_Dir.WriteFile("newer.arc", sHeader);
     m_Dir.WriteFile("empty.arc", ArchiveHeader(32, 32, 0));
     std::filesystem::create_directory(m_Dir.Path() / "folder.arc");
+    // A pipe that nobody writes would block an open that waits for a writer.
+    ASSERT_EQ(::mkfifo((m_Dir.Path() / "pipe.arc").c_str(), 0600), 0);
 
     EXPECT_EQ(ErrorOfOpen("notes.txt\\a"), 4014u);
     EXPECT_EQ(ErrorOfOpen("tiny.txt\\a"), 4006u);
     EXPECT_EQ(ErrorOfOpen("newer\\a"), 4014u);
     EXPECT_EQ(ErrorOfOpen("empty\\a"), 4002u);
     EXPECT_EQ(ErrorOfOpen("folder\\a"), 4002u);
+    EXPECT_EQ(ErrorOfOpen("pipe\\a"), 4002u);
     // A failed registration leaves nothing behind: a repaired file registers.
     m_Dir.WriteFile("tiny.txt", ArchiveUnit({{"a", "ok"}}));
     EXPECT_EQ(ReadAll("tiny.txt\\a"), "ok");
@@ -181,7 +197,7 @@ TEST_F(Archive, LyingDirectoriesNeverLeadOutside)
     std::string const sDirectory = ArchiveRecord("past", 1100, 100, false) +
                                    ArchiveRecord("away", 0xFFFFFFF0, 4, false) +
                                    ArchiveRecord("sub", 0xFFFFFF00, 64, true) +
-                                   ArchiveRecord(std::string(256, 'n'), 32, 4, false);
+                                   ArchiveRecord(std::string(255, 'n'), 32, 4, false);
     m_Dir.WriteFile("lie.arc", ArchiveHeader(0, 42, 4) + sBody + sDirectory);
     std::uint32_t const ulPast = Xfs().OpenFile("lie\\past");
     EXPECT_EQ(Xfs().GetFileSize(ulPast), 100u);
@@ -193,9 +209,11 @@ TEST_F(Archive, LyingDirectoriesNeverLeadOutside)
     std::uint32_t const ulAway = Xfs().OpenFile("lie\\away");
     EXPECT_EQ(ErrorCodeOf([&] { Xfs().ReadFile(ulAway, acBuffer, 4); }), 4006u);
     EXPECT_EQ(ErrorOfOpen("lie\\sub\\x"), 4006u);
-    // A name without a terminator in its 256 bytes is cut to 255.
+    // A name of 255 bytes fills its field with the terminator; a name without one makes
+    // the whole directory unreadable.
     EXPECT_EQ(ReadAll(("lie\\" + std::string(255, 'N')).c_str()), "0123");
-    EXPECT_EQ(ErrorOfOpen(("lie\\" + std::string(256, 'n')).c_str()), 4002u);
+    m_Dir.WriteFile("noend.arc", ArchiveUnit({{"a", "x"}, {std::string(256, 'n'), "y"}}));
+    EXPECT_EQ(ErrorOfOpen("noend\\a"), 4006u);
 }
 
 TEST_F(Archive, AtMost256UnitsAreRegistered)
@@ -205,28 +223,42 @@ TEST_F(Archive, AtMost256UnitsAreRegistered)
     for (int nOpen = 0; nOpen < 300; ++nOpen)
         EXPECT_EQ(ReadAll("maps\\a.txt"), "abc");
 
-    // big and its 254 first subdirectories fill the table with maps to 256 units.
+    // Registrations that fail count nothing.
+    m_Dir.WriteFile("bad.arc", "ARCX");
+    EXPECT_EQ(ErrorOfOpen("bad\\x"), 4006u);
+    std::string sBadNested = ArchiveUnit({}, {{"sub", ArchiveUnit({})}});
+    sBadNested[32] = 'Z';
+    m_Dir.WriteFile("badnested.arc", sBadNested);
+    EXPECT_EQ(ErrorOfOpen("badnested\\sub\\x"), 4014u);
+
+    // big and its 253 first subdirectories fill the table with maps and badnested to
+    // 256 units.
     std::vector<std::pair<std::string, std::string>> vDirectories;
     for (int nDirectory = 0; nDirectory < 256; ++nDirectory)
         vDirectories.emplace_back("d" + std::to_string(nDirectory),
                                   ArchiveUnit({{"x", std::to_string(nDirectory)}}));
     m_Dir.WriteFile("big.arc", ArchiveUnit({}, vDirectories));
-    for (int nDirectory = 0; nDirectory < 254; ++nDirectory)
+    for (int nDirectory = 0; nDirectory < 253; ++nDirectory)
     {
         std::string const sName = "big\\d" + std::to_string(nDirectory) + "\\x";
         ASSERT_EQ(ErrorCodeOf([&] { ReadAll(sName.c_str()); }), 0u) << sName;
     }
-    EXPECT_EQ(ErrorOfOpen("big\\d254\\x"), 4002u);
+    EXPECT_EQ(ErrorOfOpen("big\\d253\\x"), 4002u);
     m_Dir.WriteFile("other.arc", ArchiveUnit({{"x", "y"}}));
     EXPECT_EQ(ErrorOfOpen("other\\x"), 4002u);
+    // A full table is looked at before the file is read, and it is full for every
+    // instance of the class.
+    EXPECT_EQ(ErrorOfOpen("bad\\x"), 4002u);
+    auto pOther = std::make_unique<CExtendedFileSystem>();
+    EXPECT_EQ(ErrorCodeOf([&] { pOther->OpenFile("other\\x"); }), 4002u);
     // Units already registered go on working, new nested ones are refused too, and a
     // root still finds the file on disk.
     EXPECT_EQ(ReadAll("maps\\next.txt"), "NEXT");
     EXPECT_EQ(ErrorOfOpen("maps\\town\\hall.dat"), 4002u);
     EXPECT_EQ(ReadAll("big\\d3\\x"), "3");
-    m_Dir.WriteFile("disk/big/d254/x", "disk");
+    m_Dir.WriteFile("disk/big/d253/x", "disk");
     Xfs().AddRoot("disk");
-    EXPECT_EQ(ReadAll("big\\d254\\x"), "disk");
+    EXPECT_EQ(ReadAll("big\\d253\\x"), "disk");
 }
 
 TEST_F(Archive, CopiesKeepArchivesOfTheirOwn)
