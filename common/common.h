@@ -1,10 +1,15 @@
 // The umbrella header: every public class and function of the library.
 #pragma once
 
+#include "common/exception/zrexception.h"
+#include "common/file/extendedfilesystem.h"
+#include "common/file/fileio.h"
+#include "common/file/vectors.h"
 #include "common/file/zrfilescanner.h"
 #include "common/kernel/debug.h"
 #include "common/kernel/memory.h"
 #include "common/kernel/text.h"
+#include "common/log/zrlog.h"
 #include "common/processcontrol/zrcriticalsection.h"
 #include "common/processcontrol/zrevent.h"
 #include "common/processcontrol/zrmutex.h"

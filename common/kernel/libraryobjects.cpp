@@ -2,4 +2,5 @@
 // reverse at unload.
 #include "common/kernel/libraryobjects.h"
 
+CExtendedFileSystem g_FileSystem;
 CZRMutex g_FormatMutex;

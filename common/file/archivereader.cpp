@@ -1,0 +1,329 @@
+// Reading .arc archives. An archive is one recursive unit: a 32-byte header ("ARCX",
+// version 1.0, unit size, directory offset, entry count), the data of its files, one
+// nested unit per subdirectory, and at the end a directory of 276-byte records whose
+// offsets count from the unit's own header. A unit is registered at its first use by
+// a path: "maps\town\hall.dat" walks into maps.arc in the current directory, then into
+// its nested unit "town", and opens the entry "hall.dat" there. Paths split at
+// backslashes only; entry names compare without regard to case. The archive is input
+// from outside: nothing in it may make a read leave the archive file or its entry, or
+// make the reader allocate more than the file could hold.
+#include <cstring>
+
+#include "common/exception/zrexception.h"
+#include "common/file/extendedfilesystem.h"
+#include "common/kernel/memory.h"
+#include "common/kernel/text.h"
+#include "common/platform/currentdir.h"
+#include "common/platform/fileopen.h"
+#include "common/platform/splitpath.h"
+
+static char const s_szSourceFile[] = "common/file/extendedfilesystem";
+
+static_assert(sizeof(CExtendedFileSystem::sHeader) == 32, "the stored header has 32 bytes");
+static_assert(sizeof(CExtendedFileSystem::sArchiveEntry) == 276,
+              "a stored directory record has 276 bytes");
+// Headers and records are read into memory as they are stored, little-endian.
+static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__, "archives are read in place");
+
+std::uint32_t CExtendedFileSystem::s_ulArchiveCount = 0;
+
+namespace
+{
+constexpr std::uint32_t ARCHIVE_MAGIC = 0x58435241; // "ARCX"
+constexpr std::uint32_t ARCHIVE_UNITS = 256;
+constexpr std::size_t NAME_BUFFER = 1024;
+constexpr std::uint64_t NO_OFFSET = 0xFFFFFFFFu;
+
+// Copies szName into a 1024-byte buffer; false when it doesn't fit.
+bool CopyName(char (&szBuffer)[NAME_BUFFER], char const * szName)
+{
+    std::size_t const nLength = std::strlen(szName);
+    if (nLength >= NAME_BUFFER)
+        return false;
+    std::memcpy(szBuffer, szName, nLength + 1);
+    return true;
+}
+
+bool AppendName(char (&szBuffer)[NAME_BUFFER], char const * szTail)
+{
+    std::size_t const nLength = std::strlen(szBuffer);
+    std::size_t const nTail = std::strlen(szTail);
+    if (nLength + nTail >= NAME_BUFFER)
+        return false;
+    std::memcpy(szBuffer + nLength, szTail, nTail + 1);
+    return true;
+}
+
+// A stream offset of the 32-bit file system; one that 32 bits can't hold lies past
+// the end of every archive, and is kept at the largest offset so that it reads short.
+std::uint32_t ClampOffset(std::uint64_t ullOffset)
+{
+    return static_cast<std::uint32_t>(ullOffset < NO_OFFSET ? ullOffset : NO_OFFSET);
+}
+
+// A hash of the name with the ASCII letters folded, as the case-blind compare folds
+// them: names that compare equal have equal hashes.
+std::uint32_t FoldedNameHash(char const * szName)
+{
+    std::uint32_t ulHash = 2166136261u;
+    for (unsigned char const * p = reinterpret_cast<unsigned char const *>(szName); *p != 0; ++p)
+    {
+        unsigned char const ucFolded = (*p >= 'A' && *p <= 'Z') ? *p + ('a' - 'A') : *p;
+        ulHash = (ulHash ^ ucFolded) * 16777619u;
+    }
+    return ulHash;
+}
+
+// The block behind m_pEntries holds the records and, behind them, one name hash per
+// record, so that the linear look-up compares 4 bytes before it compares a name.
+std::uint32_t * EntryHashes(CExtendedFileSystem::sArchiveEntry * pEntries, std::uint32_t ulCount)
+{
+    return reinterpret_cast<std::uint32_t *>(pEntries + ulCount);
+}
+
+constexpr std::uint64_t BLOCK_BYTES_PER_ENTRY =
+    sizeof(CExtendedFileSystem::sArchiveEntry) + sizeof(std::uint32_t);
+
+std::uint64_t StreamLength(std::FILE * pStream)
+{
+    long const lHere = std::ftell(pStream);
+    std::fseek(pStream, 0, SEEK_END);
+    long const lEnd = std::ftell(pStream);
+    std::fseek(pStream, lHere, SEEK_SET);
+    return lEnd > 0 ? static_cast<std::uint64_t>(lEnd) : 0;
+}
+} // namespace
+
+std::uint32_t CExtendedFileSystem::ArchiveFileOpenInArchive(char const * szName,
+                                                            sFileInfo * pFileInfo)
+{
+    char szPath[NAME_BUFFER];
+    if (!CopyName(szPath, szName))
+        return 0;
+    char * szPart = szPath;
+    char * pSeparator = STR_strchr(szPart, '\\');
+    if (pSeparator == nullptr)
+        return 0;
+    sArchiveInfo * pUnit = nullptr;
+    while (pSeparator != nullptr)
+    {
+        *pSeparator = '\0';
+        if (*szPart == '\0')
+            return 0;
+        pUnit = RegisterArchive(pUnit, szPart);
+        if (pUnit == nullptr)
+            return 0;
+        szPart = pSeparator + 1;
+        pSeparator = STR_strchr(szPart, '\\');
+    }
+
+    sArchiveEntry const * pEntry = FindArchiveEntry(pUnit, szPart);
+    if (pEntry == nullptr)
+        return 0;
+    std::FILE * pFile = PLATFORM_OpenFile(pUnit->m_szPath, "rb");
+    if (pFile == nullptr)
+        ThrowException(4010, __LINE__, s_szSourceFile, "Could not open file.");
+    std::uint32_t const ulBase =
+        ClampOffset(static_cast<std::uint64_t>(pUnit->m_ulBaseOffset) + pEntry->m_ulOffset);
+    std::fseek(pFile, static_cast<long>(ulBase), SEEK_SET);
+    pFileInfo->m_pFile = pFile;
+    pFileInfo->m_ulBaseOffset = ulBase;
+    pFileInfo->m_ulFileSize = pEntry->m_ulSize;
+    pFileInfo->m_ulPosition = 0;
+    return GetHandleForFile(pFileInfo);
+}
+
+CExtendedFileSystem::sArchiveInfo * CExtendedFileSystem::RegisterArchive(sArchiveInfo * pParent,
+                                                                         char const * szName)
+{
+    if (szName == nullptr)
+        return nullptr;
+    char szBuffer[NAME_BUFFER];
+    if (!CopyName(szBuffer, szName))
+        return nullptr;
+
+    char szKey[NAME_BUFFER];
+    std::FILE * pStream = nullptr;
+    if (pParent == nullptr)
+    {
+        if (STR_strchr(szBuffer, '.') == nullptr && !AppendName(szBuffer, ".arc"))
+            return nullptr;
+        char szFileName[PLATFORM_MAX_FNAME];
+        char szExtension[PLATFORM_MAX_EXT];
+        PLATFORM_SplitPath(szBuffer, nullptr, nullptr, szFileName, szExtension);
+        if (PLATFORM_GetCurrentDirectory(szKey, sizeof(szKey)) == nullptr ||
+            !AppendName(szKey, "\\") || !AppendName(szKey, szFileName) ||
+            !AppendName(szKey, szExtension))
+            return nullptr;
+        sArchiveInfo * pFound = FindArchive(nullptr, szKey);
+        if (pFound != nullptr)
+            return pFound;
+        pStream = PLATFORM_OpenFile(szBuffer, "rb");
+        if (pStream == nullptr)
+            return nullptr;
+    }
+    else
+    {
+        sArchiveInfo * pFound = FindArchive(pParent, szBuffer);
+        if (pFound != nullptr)
+            return pFound;
+        sArchiveEntry const * pEntry = FindArchiveEntry(pParent, szBuffer);
+        if (pEntry == nullptr || pEntry->m_bDirectory == 0)
+            return nullptr;
+        pStream = PLATFORM_OpenFile(pParent->m_szPath, "rb");
+        if (pStream == nullptr)
+            ThrowException(4010, __LINE__, s_szSourceFile, "Could not open file.");
+        std::uint64_t const ullStart =
+            static_cast<std::uint64_t>(pParent->m_ulBaseOffset) + pEntry->m_ulOffset;
+        std::fseek(pStream, static_cast<long>(ClampOffset(ullStart)), SEEK_SET);
+    }
+
+    if (s_ulArchiveCount >= ARCHIVE_UNITS)
+    {
+        std::fclose(pStream);
+        return nullptr;
+    }
+    sArchiveInfo * pRecord = &m_aArchives[s_ulArchiveCount];
+    ReadArchiveUnit(pRecord, pStream);
+    ++s_ulArchiveCount;
+
+    sArchiveInfo * pHead = pParent != nullptr ? pParent : &m_sArchiveRoot;
+    pRecord->m_pFirstChild = nullptr;
+    pRecord->m_pNextSibling = pHead->m_pFirstChild;
+    pHead->m_pFirstChild = pRecord;
+    if (pParent == nullptr)
+    {
+        std::memcpy(pRecord->m_szName, szKey, sizeof(szKey));
+        pRecord->m_szPath = pRecord->m_szName;
+    }
+    else
+    {
+        std::memcpy(pRecord->m_szName, szBuffer, sizeof(szBuffer));
+        pRecord->m_szPath = pParent->m_szPath;
+    }
+    std::fclose(pStream);
+    return pRecord;
+}
+
+void CExtendedFileSystem::ReadArchiveUnit(sArchiveInfo * pRecord, std::FILE * pStream)
+{
+    pRecord->m_pEntries = nullptr;
+    pRecord->m_ulBaseOffset = ClampOffset(static_cast<std::uint64_t>(std::ftell(pStream)));
+    if (std::fread(&pRecord->m_sHeader, 1, sizeof(sHeader), pStream) != sizeof(sHeader))
+    {
+        std::fclose(pStream);
+        ThrowException(4006, __LINE__, s_szSourceFile, "Error reading from file.");
+    }
+    sHeader const & Header = pRecord->m_sHeader;
+    if (Header.m_ulMagic != ARCHIVE_MAGIC || Header.m_ucMajorVersion != 1 ||
+        Header.m_ucMinorVersion != 0)
+    {
+        std::fclose(pStream);
+        ThrowException(4014, __LINE__, s_szSourceFile, "Incorrect archive version.");
+    }
+    std::uint32_t const ulCount = Header.m_ulEntryCount;
+    if (ulCount == 0)
+        return;
+
+    // A directory that can't lie inside the file would read short: that is known
+    // before anything is allocated for it.
+    std::uint64_t const ullStart =
+        static_cast<std::uint64_t>(pRecord->m_ulBaseOffset) + Header.m_ulDirectoryOffset;
+    std::uint64_t const ullBytes = static_cast<std::uint64_t>(ulCount) * sizeof(sArchiveEntry);
+    if (ullStart + ullBytes > StreamLength(pStream) || ulCount * BLOCK_BYTES_PER_ENTRY > NO_OFFSET)
+    {
+        std::fclose(pStream);
+        ThrowException(4006, __LINE__, s_szSourceFile, "Error reading from file.");
+    }
+    sArchiveEntry * pEntries = static_cast<sArchiveEntry *>(
+        MEM_Alloc(static_cast<std::uint32_t>(ulCount * BLOCK_BYTES_PER_ENTRY)));
+    if (pEntries == nullptr || std::fseek(pStream, static_cast<long>(ullStart), SEEK_SET) != 0 ||
+        std::fread(pEntries, sizeof(sArchiveEntry), ulCount, pStream) != ulCount)
+    {
+        if (pEntries != nullptr)
+            MEM_Free(pEntries);
+        std::fclose(pStream);
+        ThrowException(4006, __LINE__, s_szSourceFile, "Error reading from file.");
+    }
+    // A name that fills its 256 bytes is cut to 255, so that every compare ends inside.
+    std::uint32_t * pHashes = EntryHashes(pEntries, ulCount);
+    for (std::uint32_t ulIndex = 0; ulIndex < ulCount; ++ulIndex)
+    {
+        pEntries[ulIndex].m_szName[sizeof(pEntries[ulIndex].m_szName) - 1] = '\0';
+        pHashes[ulIndex] = FoldedNameHash(pEntries[ulIndex].m_szName);
+    }
+    pRecord->m_pEntries = pEntries;
+}
+
+CExtendedFileSystem::sArchiveInfo * CExtendedFileSystem::FindArchive(sArchiveInfo * pParent,
+                                                                     char const * szName)
+{
+    sArchiveInfo const * pHead = pParent != nullptr ? pParent : &m_sArchiveRoot;
+    for (sArchiveInfo * pChild = pHead->m_pFirstChild; pChild != nullptr;
+         pChild = pChild->m_pNextSibling)
+    {
+        if (STR_stricmp(pChild->m_szName, szName) == 0)
+            return pChild;
+    }
+    return nullptr;
+}
+
+CExtendedFileSystem::sArchiveEntry *
+CExtendedFileSystem::FindArchiveEntry(sArchiveInfo * pArchive, char const * szName) const
+{
+    if (pArchive->m_pEntries == nullptr)
+        return nullptr;
+    std::uint32_t const ulCount = pArchive->m_sHeader.m_ulEntryCount;
+    std::uint32_t const * pHashes = EntryHashes(pArchive->m_pEntries, ulCount);
+    std::uint32_t const ulHash = FoldedNameHash(szName);
+    for (std::uint32_t ulIndex = 0; ulIndex < ulCount; ++ulIndex)
+    {
+        if (pHashes[ulIndex] == ulHash &&
+            STR_stricmp(pArchive->m_pEntries[ulIndex].m_szName, szName) == 0)
+            return &pArchive->m_pEntries[ulIndex];
+    }
+    return nullptr;
+}
+
+void CExtendedFileSystem::FreeArchives()
+{
+    for (sArchiveInfo & Record : m_aArchives)
+    {
+        if (Record.m_pEntries != nullptr)
+            MEM_Free(Record.m_pEntries);
+        Record.m_pEntries = nullptr;
+    }
+}
+
+void CExtendedFileSystem::CopyArchivesFrom(CExtendedFileSystem const & Other)
+{
+    MEM_Copy(&m_sArchiveRoot, &Other.m_sArchiveRoot, sizeof(m_sArchiveRoot));
+    MEM_Copy(m_aArchives, Other.m_aArchives, sizeof(m_aArchives));
+    // The tree links and paths point into the other object's records: they are moved
+    // to the same records here, and each directory is copied, so that neither object
+    // frees the other's.
+    auto const Rebase = [&](sArchiveInfo * pRecord) -> sArchiveInfo *
+    { return pRecord != nullptr ? m_aArchives + (pRecord - Other.m_aArchives) : nullptr; };
+    m_sArchiveRoot.m_pFirstChild = Rebase(m_sArchiveRoot.m_pFirstChild);
+    for (sArchiveInfo & Record : m_aArchives)
+    {
+        Record.m_pFirstChild = Rebase(Record.m_pFirstChild);
+        Record.m_pNextSibling = Rebase(Record.m_pNextSibling);
+        if (Record.m_szPath != nullptr)
+        {
+            // Every path is the name of a top-level record.
+            std::size_t const nIndex =
+                static_cast<std::size_t>(Record.m_szPath - Other.m_aArchives[0].m_szName) /
+                sizeof(sArchiveInfo);
+            Record.m_szPath = m_aArchives[nIndex].m_szName;
+        }
+        if (Record.m_pEntries == nullptr)
+            continue;
+        std::uint32_t const ulBytes =
+            static_cast<std::uint32_t>(Record.m_sHeader.m_ulEntryCount * BLOCK_BYTES_PER_ENTRY);
+        sArchiveEntry * pEntries = static_cast<sArchiveEntry *>(MEM_Alloc(ulBytes));
+        if (pEntries != nullptr)
+            MEM_Copy(pEntries, Record.m_pEntries, ulBytes);
+        Record.m_pEntries = pEntries;
+    }
+}

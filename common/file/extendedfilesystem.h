@@ -1,0 +1,188 @@
+// CExtendedFileSystem: the one place through which file bytes pass. It hands out file
+// handles 1 to 256 (slot index + 1, 0 is no file) from a fixed table, keeps its own
+// position and size for each open file, and finds a name on disk, inside .arc archives
+// named in the path, and under a list of search roots, in that order; a file inside an
+// archive reads as an ordinary read-only file. Opening allocates nothing; an archive's
+// directory is read once, at its first use, and stays in memory. No lock: one thread
+// at a time. Failures of the outside world raise CXfsException, codes 4001 to 4016.
+#pragma once
+
+#include <cstdarg>
+#include <cstdint>
+#include <cstdio>
+#include <vector>
+
+#include "common/kernel/api.h"
+#include "common/string/zrstring.h"
+
+// The events raised to callbacks by archive creation and extraction.
+enum eXfsNotify
+{
+    XFS_NOTIFY_ADDFILE = 1,
+    XFS_NOTIFY_EXTRACTFILE = 2,
+    XFS_NOTIFY_MAKEDIR = 3,
+    XFS_NOTIFY_FOUND = 4,
+};
+
+class COMMON_API CExtendedFileSystem
+{
+public:
+    // Event code, two arguments and the user data given to AddCallback.
+    typedef void (*pfnCallback)(int, unsigned long, unsigned long, unsigned long);
+
+    // One open file; the slot is free while m_pFile is null.
+    struct sFileInfo
+    {
+        std::FILE * m_pFile;
+        std::uint32_t m_ulBaseOffset; // where byte 0 of the file lies in the stream
+        std::uint32_t m_ulFileSize;   // the file's size, or the archive entry's
+        std::uint32_t m_ulPosition;   // counted from the file's byte 0
+    };
+
+    struct sCallback
+    {
+        pfnCallback m_pfnCallback;
+        unsigned long m_ulUserData;
+    };
+
+    // What events 1, 2 and 4 point to.
+    struct sArchiveFileEvent
+    {
+        char m_szDirectory[260];
+        char m_szFileName[256];
+    };
+
+    // The 32-byte header of an archive unit, stored little-endian and packed.
+    struct __attribute__((packed)) sHeader
+    {
+        std::uint32_t m_ulMagic; // "ARCX"
+        std::uint8_t m_ucMajorVersion;
+        std::uint8_t m_ucMinorVersion;
+        std::uint32_t m_ulArchiveSize;     // the whole unit
+        std::uint32_t m_ulDirectoryOffset; // from the start of the unit
+        std::uint32_t m_ulEntryCount;
+        std::uint8_t m_aReserved[14];
+    };
+
+    // One 276-byte directory record, stored and kept in memory in this form.
+    struct sArchiveEntry
+    {
+        char m_szName[256];        // no path; terminated
+        std::uint32_t m_ulOffset;  // from the start of the unit holding the directory
+        std::uint32_t m_ulSize;    // data size, or a nested unit's whole size
+        std::uint8_t m_bDirectory; // 1: the bytes are a nested unit
+        std::uint8_t m_aReserved[11];
+    };
+
+    // One registered unit, top-level or nested.
+    struct sArchiveInfo
+    {
+        char m_szName[1024];          // top-level: its key, the full path; nested: entry name
+        std::uint32_t m_ulBaseOffset; // of the unit's header in the archive file
+        sHeader m_sHeader;
+        sArchiveEntry * m_pEntries;    // owned, null when there are none; name hashes follow
+        sArchiveInfo * m_pFirstChild;  // the child registered last
+        sArchiveInfo * m_pNextSibling; // the next older child of the same parent
+        char * m_szPath;               // the archive file on disk
+    };
+
+    CExtendedFileSystem();
+    // Copies member by member; the archive records get directories of their own.
+    CExtendedFileSystem(CExtendedFileSystem const & Other);
+    CExtendedFileSystem & operator=(CExtendedFileSystem const & Other);
+    // Clears roots and callbacks and frees the archive directories; closes no file.
+    virtual ~CExtendedFileSystem();
+
+    bool Setup();
+    bool IsSetup() const;
+
+    // An empty root is ignored; duplicates stay.
+    void AddRoot(CZRString const & sRoot);
+    int AddRoot(char const * szRoot);
+    // Removes the first root equal to sRoot without regard to case.
+    void RemoveRoot(CZRString const & sRoot);
+    int RemoveRoot(char const * szRoot);
+    void RemoveAllRoots();
+    std::int32_t GetRootCount() const;
+    bool HasRoots() const;
+    CZRString const & GetRoot(std::int32_t lIndex) const;
+
+    // Opens for reading: the name on disk, then through archives, then under each root.
+    std::uint32_t OpenFile(char const * szName);
+    // Creates or truncates a file on disk; null gives 0.
+    std::uint32_t CreateFile(char const * szPath);
+    // Opens a file on disk at its end, creating it; null gives 0.
+    std::uint32_t AppendFile(char const * szPath);
+    bool CloseFile(std::uint32_t ulHandle);
+
+    // False at the end; a read past the end delivers what remains and gives true.
+    bool ReadFile(std::uint32_t ulHandle, void * pBuffer, std::uint32_t ulSize);
+    bool ReadChar(std::uint32_t ulHandle, int * pChar);
+    // One line, its line end included, cut to ulSize - 1 bytes and terminated.
+    bool ReadLine(std::uint32_t ulHandle, char * pBuffer, std::uint32_t ulSize);
+    bool WriteFile(std::uint32_t ulHandle, void const * pBuffer, std::uint32_t ulSize);
+    bool WriteFile(std::uint32_t ulHandle, int nChar);
+    // Writes the text without terminator or line end.
+    bool WriteLine(std::uint32_t ulHandle, char const * szText);
+    bool Printf(std::uint32_t ulHandle, char const * szFormat, ...)
+        __attribute__((format(printf, 3, 4)));
+    bool VPrintf(std::uint32_t ulHandle, char const * szFormat, va_list pArgs);
+
+    // The end of the file is a valid target; no seek goes beyond it or before 0.
+    bool Seek(std::uint32_t ulHandle, std::uint32_t ulPosition);
+    bool SeekCurrent(std::uint32_t ulHandle, std::int32_t lOffset);
+    // ulDistance bytes back from the end.
+    bool SeekEnd(std::uint32_t ulHandle, std::uint32_t ulDistance);
+    bool Rewind(std::uint32_t ulHandle);
+    std::uint32_t Tell(std::uint32_t ulHandle) const;
+    bool Flush(std::uint32_t ulHandle);
+    bool IsEof(std::uint32_t ulHandle) const;
+    std::uint32_t GetFileSize(std::uint32_t ulHandle) const;
+    // The search of OpenFile without its "File not found." exception.
+    bool FileExists(char const * szName) const;
+
+    // A null function is ignored; the same function may stand several times.
+    void AddCallback(pfnCallback pfnFunction, unsigned long ulUserData);
+    // Removes the first record with this function.
+    void RemoveCallback(pfnCallback pfnFunction);
+    std::int32_t GetCallbackCount() const;
+    bool HasCallbacks() const;
+
+private:
+    sFileInfo * GetFileForHandle(std::uint32_t ulHandle);
+    sFileInfo const * GetFileForHandle(std::uint32_t ulHandle) const;
+    std::uint32_t GetHandleForFile(sFileInfo const * pFileInfo) const;
+    sFileInfo * AllocFileInfo();
+    // The slot of an open file; 4008 with szError when the handle names none.
+    sFileInfo * GetOpenFile(std::uint32_t ulHandle, char const * szError) const;
+    [[noreturn]] void ThrowException(std::uint32_t ulCode, std::uint32_t ulLine,
+                                     char const * szFile, char const * szError) const;
+    void Notify(int nCode, unsigned long ulArg1, unsigned long ulArg2);
+    // The position check: logs "VERIFY_FILEPOS failure" when the stream disagrees.
+    void VerifyFilePos(sFileInfo const * pFileInfo) const;
+    // Puts the stream back where the file's position says; false when that fails.
+    bool ReSeek(sFileInfo * pFileInfo) const;
+    void SeekTo(sFileInfo * pFileInfo, std::int64_t llTarget);
+    void AfterWrite(sFileInfo * pFileInfo, std::uint32_t ulWritten);
+    void Log(int nLine, char const * szMessage) const;
+
+    std::uint32_t ArchiveFileOpen(char const * szName);
+    // The walk into archives, on a free slot; archivereader.cpp.
+    std::uint32_t ArchiveFileOpenInArchive(char const * szName, sFileInfo * pFileInfo);
+    sArchiveInfo * RegisterArchive(sArchiveInfo * pParent, char const * szName);
+    sArchiveInfo * FindArchive(sArchiveInfo * pParent, char const * szName);
+    sArchiveEntry * FindArchiveEntry(sArchiveInfo * pArchive, char const * szName) const;
+    void ReadArchiveUnit(sArchiveInfo * pRecord, std::FILE * pStream);
+    void CopyArchivesFrom(CExtendedFileSystem const & Other);
+    void FreeArchives();
+
+    std::vector<CZRString> m_vRoots;     // in the order they were added
+    sFileInfo m_aFileInfo[256];          // slot index + 1 is the handle
+    sArchiveInfo m_sArchiveRoot;         // head of the tree: only m_pFirstChild is used
+    sArchiveInfo m_aArchives[256];       // records in the order of registration
+    bool m_bSetup;                       // only serves CFileIO's set-up on demand
+    std::vector<sCallback> m_vCallbacks; // in the order they were added
+
+    // Units registered by all instances together; only grows, at most 256.
+    static std::uint32_t s_ulArchiveCount;
+};

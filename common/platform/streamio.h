@@ -1,0 +1,18 @@
+// Transfers on the C streams of the file system. Each stream belongs to one file
+// system object, which one thread uses at a time, so the stream's own lock is not
+// taken: for small values that lock costs as much as the copy itself.
+#pragma once
+
+#include <cstddef>
+#include <cstdio>
+
+inline std::size_t PLATFORM_ReadStream(void * pBuffer, std::size_t nSize, std::FILE * pStream)
+{
+    return ::fread_unlocked(pBuffer, 1, nSize, pStream);
+}
+
+inline std::size_t PLATFORM_WriteStream(void const * pBuffer, std::size_t nSize,
+                                        std::FILE * pStream)
+{
+    return ::fwrite_unlocked(pBuffer, 1, nSize, pStream);
+}

@@ -1,0 +1,264 @@
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+
+#include "archivebuilder.h"
+#include "common/file/extendedfilesystem.h"
+#include "common/file/fileio.h"
+#include "workdir.h"
+
+namespace
+{
+class Archive : public CWorkDirTest
+{
+protected:
+    std::unique_ptr<CExtendedFileSystem> m_pXfs = std::make_unique<CExtendedFileSystem>();
+    CExtendedFileSystem & Xfs() { return *m_pXfs; }
+
+    // The whole content of a file opened through the file system.
+    std::string ReadAll(char const * szName)
+    {
+        std::uint32_t const ulHandle = Xfs().OpenFile(szName);
+        std::string sData(Xfs().GetFileSize(ulHandle), '\0');
+        if (!sData.empty())
+            Xfs().ReadFile(ulHandle, sData.data(), static_cast<std::uint32_t>(sData.size()));
+        Xfs().CloseFile(ulHandle);
+        return sData;
+    }
+
+    std::uint32_t ErrorOfOpen(char const * szName, std::string * pText = nullptr)
+    {
+        return ErrorCodeOf([&] { Xfs().CloseFile(Xfs().OpenFile(szName)); }, pText);
+    }
+};
+
+std::string const s_sTown = ArchiveUnit({{"hall.dat", "HALL"}, {"well.dat", "water"}},
+                                        {{"cellar", ArchiveUnit({{"barrel.dat", "wine!"}})}});
+std::string const s_sMaps =
+    ArchiveUnit({{"a.txt", "abc"}, {"next.txt", "NEXT"}}, {{"town", s_sTown}});
+} // namespace
+
+TEST_F(Archive, TheFormatOfASmallArchive)
+{
+    std::string const sArchive = ArchiveUnit({{"a.txt", "abc"}});
+    ASSERT_EQ(sArchive.size(), 311u);
+    EXPECT_EQ(sArchive.substr(0, 18), std::string("\x41\x52\x43\x58\x01\x00\x37\x01\x00\x00"
+                                                  "\x23\x00\x00\x00\x01\x00\x00\x00",
+                                                  18));
+    m_Dir.WriteFile("small.arc", sArchive);
+    EXPECT_EQ(ReadAll("small\\a.txt"), "abc");
+}
+
+TEST_F(Archive, PathsWalkIntoArchivesWithCaseBlindNames)
+{
+    m_Dir.WriteFile("maps.arc", s_sMaps);
+    EXPECT_EQ(ErrorOfOpen("a.txt"), 4002u);
+    EXPECT_EQ(ReadAll("maps\\a.txt"), "abc");
+    EXPECT_EQ(ReadAll("MAPS\\A.TXT"), "abc");
+    EXPECT_EQ(ReadAll("maps\\town\\HALL.dat"), "HALL");
+    EXPECT_EQ(ReadAll("maps\\Town\\cellar\\barrel.dat"), "wine!");
+    EXPECT_TRUE(Xfs().FileExists("maps\\town\\well.dat"));
+    EXPECT_FALSE(Xfs().FileExists("maps\\town\\none.dat"));
+
+    // A subdirectory opened as a file reads as its nested unit.
+    std::string const sTown = ReadAll("maps\\town");
+    EXPECT_EQ(sTown, s_sTown);
+    EXPECT_EQ(sTown.substr(0, 4), "ARCX");
+
+    // A file entry is no directory; a directory further down is out of reach; an
+    // empty part names nothing; a slash is no separator for the walk.
+    EXPECT_EQ(ErrorOfOpen("maps\\a.txt\\b"), 4002u);
+    m_Dir.WriteFile("data/maps.arc", s_sMaps);
+    EXPECT_EQ(ErrorOfOpen("data\\maps\\a.txt"), 4002u);
+    EXPECT_EQ(ErrorOfOpen("maps\\\\a.txt"), 4002u);
+    EXPECT_EQ(ErrorOfOpen("\\a.txt"), 4002u);
+    EXPECT_EQ(ErrorOfOpen("maps/a.txt"), 4002u);
+    // A name with a dot is taken as it is; without one, ".arc" is added.
+    m_Dir.WriteFile("maps.pak", s_sMaps);
+    EXPECT_EQ(ReadAll("maps.pak\\next.txt"), "NEXT");
+}
+
+TEST_F(Archive, AnEntryReadsLikeAFileOfItsOwnSize)
+{
+    m_Dir.WriteFile("maps.arc", s_sMaps);
+    std::uint32_t const ulHandle = Xfs().OpenFile("maps\\town\\cellar\\barrel.dat");
+    EXPECT_EQ(Xfs().Tell(ulHandle), 0u);
+    EXPECT_EQ(Xfs().GetFileSize(ulHandle), 5u);
+    char acBuffer[16] = {};
+    EXPECT_TRUE(Xfs().Seek(ulHandle, 2));
+    EXPECT_TRUE(Xfs().ReadFile(ulHandle, acBuffer, sizeof(acBuffer)));
+    EXPECT_EQ(std::string(acBuffer), "ne!");
+    EXPECT_TRUE(Xfs().IsEof(ulHandle));
+    EXPECT_FALSE(Xfs().ReadFile(ulHandle, acBuffer, 1));
+    EXPECT_EQ(ErrorCodeOf([&] { Xfs().Seek(ulHandle, 6); }), 4009u);
+    EXPECT_TRUE(Xfs().SeekEnd(ulHandle, 5));
+    EXPECT_TRUE(Xfs().ReadLine(ulHandle, acBuffer, sizeof(acBuffer)));
+    EXPECT_STREQ(acBuffer, "wine!");
+    EXPECT_EQ(ErrorCodeOf([&] { Xfs().ReadLine(ulHandle, acBuffer, sizeof(acBuffer)); }), 4006u);
+    // Read-only: a write fails in the stream.
+    Xfs().Rewind(ulHandle);
+    EXPECT_EQ(ErrorCodeOf([&] { Xfs().WriteFile(ulHandle, "x", 1); }), 4007u);
+    EXPECT_EQ(Xfs().Tell(ulHandle), 0u);
+    Xfs().CloseFile(ulHandle);
+
+    // Every handle has a stream of its own.
+    std::uint32_t const ulFirst = Xfs().OpenFile("maps\\a.txt");
+    std::uint32_t const ulSecond = Xfs().OpenFile("maps\\next.txt");
+    Xfs().ReadFile(ulSecond, acBuffer, 4);
+    Xfs().ReadFile(ulFirst, acBuffer + 4, 3);
+    EXPECT_EQ(std::string(acBuffer, 7), "NEXTabc");
+}
+
+TEST_F(Archive, TheDiskWinsAndIsNotEvenLookedPast)
+{
+    // maps.arc is no archive at all: touching it would raise 4014.
+    m_Dir.WriteFile("maps.arc", std::string(100, 'x'));
+    m_Dir.WriteFile("maps/a.txt", "disk");
+    EXPECT_EQ(ReadAll("maps\\a.txt"), "disk");
+    std::string sText;
+    EXPECT_EQ(ErrorOfOpen("maps\\b.txt", &sText), 4014u);
+    EXPECT_EQ(sText, "Incorrect archive version.");
+}
+
+TEST_F(Archive, RootsTakePartInTheWalk)
+{
+    m_Dir.WriteFile("pack.arc", ArchiveUnit({{"a.txt", "from pack"}}));
+    m_Dir.WriteFile("loose/a.txt", "loose");
+    m_Dir.WriteFile("loose/b.txt", "loose b");
+    Xfs().AddRoot("pack");
+    Xfs().AddRoot("loose");
+    EXPECT_EQ(ReadAll("a.txt"), "from pack");
+    EXPECT_EQ(ReadAll("b.txt"), "loose b");
+    EXPECT_TRUE(Xfs().FileExists("A.TXT"));
+
+    // A broken archive stops the search: the later roots are not tried.
+    m_Dir.WriteFile("bad.txt", "short");
+    Xfs().RemoveAllRoots();
+    Xfs().AddRoot("bad.txt");
+    Xfs().AddRoot("loose");
+    std::string sText;
+    EXPECT_EQ(ErrorOfOpen("b.txt", &sText), 4006u);
+    EXPECT_EQ(sText, "Error reading from file.");
+    EXPECT_EQ(ErrorCodeOf([&] { Xfs().FileExists("b.txt"); }), 4006u);
+}
+
+TEST_F(Archive, FilesThatAreNoArchives)
+{
+    m_Dir.WriteFile("notes.txt", std::string(100, 'n'));
+    m_Dir.WriteFile("tiny.txt", std::string(10, 't'));
+    std::string sHeader = ArchiveHeader(32, 32, 0);
+    sHeader[5] = 1; // version 1.1
+    m_Dir.WriteFile("newer.arc", sHeader);
+    m_Dir.WriteFile("empty.arc", ArchiveHeader(32, 32, 0));
+    std::filesystem::create_directory(m_Dir.Path() / "folder.arc");
+
+    EXPECT_EQ(ErrorOfOpen("notes.txt\\a"), 4014u);
+    EXPECT_EQ(ErrorOfOpen("tiny.txt\\a"), 4006u);
+    EXPECT_EQ(ErrorOfOpen("newer\\a"), 4014u);
+    EXPECT_EQ(ErrorOfOpen("empty\\a"), 4002u);
+    EXPECT_EQ(ErrorOfOpen("folder\\a"), 4002u);
+    // A failed registration leaves nothing behind: a repaired file registers.
+    m_Dir.WriteFile("tiny.txt", ArchiveUnit({{"a", "ok"}}));
+    EXPECT_EQ(ReadAll("tiny.txt\\a"), "ok");
+}
+
+TEST_F(Archive, LyingDirectoriesNeverLeadOutside)
+{
+    // The entry count claims far more records than the file holds.
+    std::string sHuge = ArchiveUnit({{"a", "x"}});
+    SetU32(sHuge, 14, 0xFFFFFFFF);
+    m_Dir.WriteFile("huge.arc", sHuge);
+    EXPECT_EQ(ErrorOfOpen("huge\\a"), 4006u);
+    // The directory lies beyond the end.
+    std::string sFar = ArchiveUnit({{"a", "x"}});
+    SetU32(sFar, 10, 0x7FFFFFF0);
+    m_Dir.WriteFile("far.arc", sFar);
+    EXPECT_EQ(ErrorOfOpen("far\\a"), 4006u);
+
+    // Entries reaching past the end of the file read short at the moment they are read.
+    std::string const sBody = "0123456789";
+    std::string const sDirectory = ArchiveRecord("past", 1100, 100, false) +
+                                   ArchiveRecord("away", 0xFFFFFFF0, 4, false) +
+                                   ArchiveRecord("sub", 0xFFFFFF00, 64, true) +
+                                   ArchiveRecord(std::string(256, 'n'), 32, 4, false);
+    m_Dir.WriteFile("lie.arc", ArchiveHeader(0, 42, 4) + sBody + sDirectory);
+    std::uint32_t const ulPast = Xfs().OpenFile("lie\\past");
+    EXPECT_EQ(Xfs().GetFileSize(ulPast), 100u);
+    char acBuffer[128];
+    EXPECT_TRUE(Xfs().Seek(ulPast, 100));
+    EXPECT_TRUE(Xfs().SeekEnd(ulPast, 100));
+    EXPECT_EQ(ErrorCodeOf([&] { Xfs().ReadFile(ulPast, acBuffer, 100); }), 4006u);
+    EXPECT_EQ(Xfs().Tell(ulPast), 0u);
+    std::uint32_t const ulAway = Xfs().OpenFile("lie\\away");
+    EXPECT_EQ(ErrorCodeOf([&] { Xfs().ReadFile(ulAway, acBuffer, 4); }), 4006u);
+    EXPECT_EQ(ErrorOfOpen("lie\\sub\\x"), 4006u);
+    // A name without a terminator in its 256 bytes is cut to 255.
+    EXPECT_EQ(ReadAll(("lie\\" + std::string(255, 'N')).c_str()), "0123");
+    EXPECT_EQ(ErrorOfOpen(("lie\\" + std::string(256, 'n')).c_str()), 4002u);
+}
+
+TEST_F(Archive, AtMost256UnitsAreRegistered)
+{
+    // 300 opens of one archive register it once.
+    m_Dir.WriteFile("maps.arc", s_sMaps);
+    for (int nOpen = 0; nOpen < 300; ++nOpen)
+        EXPECT_EQ(ReadAll("maps\\a.txt"), "abc");
+
+    // big and its 254 first subdirectories fill the table with maps to 256 units.
+    std::vector<std::pair<std::string, std::string>> vDirectories;
+    for (int nDirectory = 0; nDirectory < 256; ++nDirectory)
+        vDirectories.emplace_back("d" + std::to_string(nDirectory),
+                                  ArchiveUnit({{"x", std::to_string(nDirectory)}}));
+    m_Dir.WriteFile("big.arc", ArchiveUnit({}, vDirectories));
+    for (int nDirectory = 0; nDirectory < 254; ++nDirectory)
+    {
+        std::string const sName = "big\\d" + std::to_string(nDirectory) + "\\x";
+        ASSERT_EQ(ErrorCodeOf([&] { ReadAll(sName.c_str()); }), 0u) << sName;
+    }
+    EXPECT_EQ(ErrorOfOpen("big\\d254\\x"), 4002u);
+    m_Dir.WriteFile("other.arc", ArchiveUnit({{"x", "y"}}));
+    EXPECT_EQ(ErrorOfOpen("other\\x"), 4002u);
+    // Units already registered go on working, new nested ones are refused too, and a
+    // root still finds the file on disk.
+    EXPECT_EQ(ReadAll("maps\\next.txt"), "NEXT");
+    EXPECT_EQ(ErrorOfOpen("maps\\town\\hall.dat"), 4002u);
+    EXPECT_EQ(ReadAll("big\\d3\\x"), "3");
+    m_Dir.WriteFile("disk/big/d254/x", "disk");
+    Xfs().AddRoot("disk");
+    EXPECT_EQ(ReadAll("big\\d254\\x"), "disk");
+}
+
+TEST_F(Archive, CopiesKeepArchivesOfTheirOwn)
+{
+    m_Dir.WriteFile("maps.arc", s_sMaps);
+    EXPECT_EQ(ReadAll("maps\\town\\hall.dat"), "HALL");
+    auto pCopy = std::make_unique<CExtendedFileSystem>(Xfs());
+    m_pXfs.reset();
+    // The archive file is gone: only the copied directories can find the entry.
+    std::filesystem::rename(m_Dir.Path() / "maps.arc", m_Dir.Path() / "moved");
+    EXPECT_EQ(ErrorCodeOf([&] { pCopy->OpenFile("maps\\town\\hall.dat"); }), 4010u);
+    std::filesystem::rename(m_Dir.Path() / "moved", m_Dir.Path() / "maps.arc");
+    m_pXfs = std::move(pCopy);
+    EXPECT_EQ(ReadAll("maps\\town\\cellar\\barrel.dat"), "wine!");
+}
+
+TEST_F(Archive, TheRoadOfOneRead)
+{
+    std::string sHall;
+    PutU32(sHall, 5);
+    sHall += "stone";
+    PutU32(sHall, 7);
+    m_Dir.WriteFile("maps.arc", ArchiveUnit({}, {{"town", ArchiveUnit({{"hall.dat", sHall}})}}));
+    CFileIO File;
+    ASSERT_TRUE(File.Open("maps\\town\\hall.dat", FILEIO_READ));
+    CZRString sText;
+    int nValue = 0;
+    EXPECT_TRUE(File.Read(sText));
+    EXPECT_STREQ(sText.GetString(), "stone");
+    EXPECT_TRUE(File.Read(nValue));
+    EXPECT_EQ(nValue, 7);
+    EXPECT_TRUE(File.IsEof());
+    EXPECT_FALSE(File.Read(nValue));
+    EXPECT_TRUE(File.Close());
+}
