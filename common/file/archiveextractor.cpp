@@ -41,15 +41,6 @@ std::uint64_t StreamLength(std::FILE * pStream)
     long const lEnd = std::ftell(pStream);
     return lEnd > 0 ? static_cast<std::uint64_t>(lEnd) : 0;
 }
-
-// The current directory for the events, whose text holds 260 bytes: a longer one is cut.
-void ReadEventDirectory(char (&szDirectory)[260])
-{
-    char szCurrent[PATH_BUFFER];
-    if (PLATFORM_GetCurrentDirectory(szCurrent, sizeof(szCurrent)) == nullptr)
-        szCurrent[0] = '\0';
-    ARCHIVE_CopyTextCut(szDirectory, sizeof(szDirectory), szCurrent);
-}
 } // namespace
 
 bool CExtendedFileSystem::ExtractArchive(char const * szArchive, char const * szTarget)
@@ -103,7 +94,7 @@ void CExtendedFileSystem::RecursiveArchiveExtract(char const * szDirectory, sArc
         ThrowException(4016, __LINE__, s_szSourceFile, s_szChangeDirectoryError);
     sArchiveFileEvent Event;
     MEM_Zero(&Event, sizeof(Event));
-    ReadEventDirectory(Event.m_szDirectory);
+    ARCHIVE_ReadEventDirectory(Event.m_szDirectory);
 
     std::uint32_t const ulCount =
         pArchive->m_pEntries != nullptr ? pArchive->m_sHeader.m_ulEntryCount : 0;

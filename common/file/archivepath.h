@@ -6,6 +6,8 @@
 #include <cstddef>
 #include <cstring>
 
+#include "common/platform/currentdir.h"
+
 // Copies szText into szBuffer of nSize bytes; false when it doesn't fit.
 inline bool ARCHIVE_CopyText(char * szBuffer, std::size_t nSize, char const * szText)
 {
@@ -48,4 +50,14 @@ inline void ARCHIVE_CopyTextCut(char * szBuffer, std::size_t nSize, char const *
         nLength = nSize - 1;
     std::memcpy(szBuffer, szText, nLength);
     szBuffer[nLength] = '\0';
+}
+
+// The current directory for the events of archive creation and extraction, whose text
+// holds 260 bytes: a longer one is cut, an unreadable one is empty.
+inline void ARCHIVE_ReadEventDirectory(char (&szDirectory)[260])
+{
+    char szCurrent[1024];
+    if (PLATFORM_GetCurrentDirectory(szCurrent, sizeof(szCurrent)) == nullptr)
+        szCurrent[0] = '\0';
+    ARCHIVE_CopyTextCut(szDirectory, sizeof(szDirectory), szCurrent);
 }

@@ -199,15 +199,6 @@ bool IsArchiveItself(char const * szName)
            Identity.m_ullInode == s_ArchiveIdentity.m_ullInode;
 }
 
-// The current directory for the events, whose text holds 260 bytes: a longer one is cut.
-void ReadEventDirectory(char (&szDirectory)[260])
-{
-    char szCurrent[PATH_BUFFER];
-    if (PLATFORM_GetCurrentDirectory(szCurrent, sizeof(szCurrent)) == nullptr)
-        szCurrent[0] = '\0';
-    ARCHIVE_CopyTextCut(szDirectory, sizeof(szDirectory), szCurrent);
-}
-
 std::uint64_t StreamPosition(std::FILE * pStream)
 {
     long const lPosition = std::ftell(pStream);
@@ -267,7 +258,7 @@ void CExtendedFileSystem::RecursiveArchiveCreate(char const * szDirectory, std::
         ThrowException(4016, __LINE__, s_szSourceFile, s_szChangeDirectoryError);
     sArchiveFileEvent Event;
     MEM_Zero(&Event, sizeof(Event));
-    ReadEventDirectory(Event.m_szDirectory);
+    ARCHIVE_ReadEventDirectory(Event.m_szDirectory);
 
     sHeader Header;
     MEM_Zero(&Header, sizeof(Header));
