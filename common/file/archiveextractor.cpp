@@ -9,6 +9,7 @@
 #include <cstring>
 
 #include "common/exception/zrexception.h"
+#include "common/file/archivebuffer.h"
 #include "common/file/archivepath.h"
 #include "common/file/extendedfilesystem.h"
 #include "common/kernel/memory.h"
@@ -65,6 +66,7 @@ bool CExtendedFileSystem::ExtractArchive(char const * szArchive, char const * sz
         PLATFORM_GetCurrentDirectory(szSaved, sizeof(szSaved)) == nullptr ||
         PLATFORM_ChangeDirectory(szTargetDirectory) == -1)
         ThrowException(4016, __LINE__, s_szSourceFile, s_szChangeDirectoryError);
+    CArchiveBufferRelease const Release;
     RecursiveArchiveExtract(szFileName, pArchive);
     if (PLATFORM_ChangeDirectory(szSaved) == -1)
         ThrowException(4016, __LINE__, s_szSourceFile, s_szChangeDirectoryError);
@@ -129,6 +131,9 @@ void CExtendedFileSystem::ExtractEntry(sArchiveInfo const * pArchive, sArchiveEn
     std::FILE * pArchiveFile = PLATFORM_OpenFile(pArchive->m_szPath, "rb");
     if (pArchiveFile == nullptr)
         ThrowException(4010, __LINE__, s_szSourceFile, "Could not open file.");
+    // Each entry is read and written whole in one go: buffers of the streams' own would
+    // only add copies, and reads of whole blocks around the seek.
+    std::setvbuf(pArchiveFile, nullptr, _IONBF, 0);
     std::uint64_t const ullFrom =
         static_cast<std::uint64_t>(pArchive->m_ulBaseOffset) + pEntry->m_ulOffset;
     std::uint32_t const ulSize = pEntry->m_ulSize;
@@ -143,8 +148,9 @@ void CExtendedFileSystem::ExtractEntry(sArchiveInfo const * pArchive, sArchiveEn
         std::fclose(pArchiveFile);
         ThrowException(4005, __LINE__, s_szSourceFile, s_szCreateError);
     }
+    std::setvbuf(pFile, nullptr, _IONBF, 0);
 
-    void * pBuffer = ulSize > 0 ? MEM_Alloc(ulSize) : nullptr;
+    void * const pBuffer = ARCHIVE_CopyBuffer(ulSize);
     bool const bRead =
         ulSize == 0 || (pBuffer != nullptr &&
                         std::fseek(pArchiveFile, static_cast<long>(ullFrom), SEEK_SET) == 0 &&
@@ -153,8 +159,6 @@ void CExtendedFileSystem::ExtractEntry(sArchiveInfo const * pArchive, sArchiveEn
     bool const bWritten =
         bRead && (ulSize == 0 || PLATFORM_WriteStream(pBuffer, ulSize, pFile) == ulSize);
     bool const bClosed = std::fclose(pFile) == 0;
-    if (pBuffer != nullptr)
-        MEM_Free(pBuffer);
     // Short reads and writes raise here, as they do in creation.
     if (!bRead)
         ThrowException(4006, __LINE__, s_szSourceFile, "Error reading from file.");

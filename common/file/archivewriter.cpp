@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "common/exception/zrexception.h"
+#include "common/file/archivebuffer.h"
 #include "common/file/archivepath.h"
 #include "common/file/extendedfilesystem.h"
 #include "common/kernel/memory.h"
@@ -130,13 +131,36 @@ public:
     CSearchCleanup & operator=(CSearchCleanup const &) = delete;
 };
 
+// A block of the MEM_ heap, freed when it goes out of scope; null for 0 bytes.
+class CBlock
+{
+public:
+    explicit CBlock(std::uint32_t ulSize) : m_pMemory(ulSize > 0 ? MEM_Alloc(ulSize) : nullptr) {}
+    ~CBlock()
+    {
+        if (m_pMemory != nullptr)
+            MEM_Free(m_pMemory);
+    }
+    CBlock(CBlock const &) = delete;
+    CBlock & operator=(CBlock const &) = delete;
+    void * Get() const { return m_pMemory; }
+
+private:
+    void * m_pMemory;
+};
+
 // The archive's stream, closed when an error leaves the walk, so that what was written
 // reaches the disk: every unit left unfinished keeps its provisional header, which
 // reads as an empty unit.
 class CArchiveStream
 {
 public:
-    explicit CArchiveStream(std::FILE * pStream) : m_pStream(pStream) {}
+    // Gives the stream a buffer of its own, which glibc's setvbuf doesn't allocate.
+    explicit CArchiveStream(std::FILE * pStream) : m_pStream(pStream), m_Buffer(OUTPUT_BUFFER)
+    {
+        if (m_Buffer.Get() != nullptr)
+            std::setvbuf(pStream, static_cast<char *>(m_Buffer.Get()), _IOFBF, OUTPUT_BUFFER);
+    }
     ~CArchiveStream()
     {
         if (m_pStream != nullptr)
@@ -154,24 +178,7 @@ public:
 
 private:
     std::FILE * m_pStream;
-};
-
-// A block of the MEM_ heap, freed when it goes out of scope; null for 0 bytes.
-class CBlock
-{
-public:
-    explicit CBlock(std::uint32_t ulSize) : m_pMemory(ulSize > 0 ? MEM_Alloc(ulSize) : nullptr) {}
-    ~CBlock()
-    {
-        if (m_pMemory != nullptr)
-            MEM_Free(m_pMemory);
-    }
-    CBlock(CBlock const &) = delete;
-    CBlock & operator=(CBlock const &) = delete;
-    void * Get() const { return m_pMemory; }
-
-private:
-    void * m_pMemory;
+    CBlock const m_Buffer; // freed after the stream is closed
 };
 
 bool IsDotName(char const * szName)
@@ -220,7 +227,6 @@ bool CExtendedFileSystem::CreateArchive(char const * szArchive, char const * szS
     if (pStream == nullptr)
         ThrowException(4010, __LINE__, s_szSourceFile, s_szOpenError);
     CArchiveStream Stream(pStream);
-    std::setvbuf(pStream, nullptr, _IOFBF, OUTPUT_BUFFER);
     RememberArchive(pStream, szArchiveName);
 
     char szSourceDirectory[PATH_BUFFER];
@@ -233,6 +239,7 @@ bool CExtendedFileSystem::CreateArchive(char const * szArchive, char const * szS
     PLATFORM_SplitPath(szSource, nullptr, nullptr, szSourceName, nullptr);
 
     CSearchCleanup const Cleanup;
+    CArchiveBufferRelease const Release;
     if (PLATFORM_ChangeDirectory(szSourceDirectory) == -1)
         ThrowException(4016, __LINE__, s_szSourceFile, s_szChangeDirectoryError);
     RecursiveArchiveCreate(szSourceName, pStream);
@@ -330,10 +337,11 @@ void CExtendedFileSystem::PackUnitFiles(std::FILE * pStream, std::uint64_t ullSt
         std::FILE * pFile = PLATFORM_OpenFile(szName, "rb");
         if (pFile == nullptr)
             ThrowException(4010, __LINE__, s_szSourceFile, s_szOpenError);
-        CBlock const Buffer(ulSize);
-        bool const bRead =
-            (ulSize == 0 || (Buffer.Get() != nullptr &&
-                             PLATFORM_ReadStream(Buffer.Get(), ulSize, pFile) == ulSize));
+        // Read whole in one go: a buffer of the stream's own would only add a copy.
+        std::setvbuf(pFile, nullptr, _IONBF, 0);
+        void * const pBuffer = ARCHIVE_CopyBuffer(ulSize);
+        bool const bRead = ulSize == 0 || (pBuffer != nullptr &&
+                                           PLATFORM_ReadStream(pBuffer, ulSize, pFile) == ulSize);
         std::fclose(pFile);
         if (!bRead)
             ThrowException(4006, __LINE__, s_szSourceFile, s_szReadError);
@@ -346,7 +354,7 @@ void CExtendedFileSystem::PackUnitFiles(std::FILE * pStream, std::uint64_t ullSt
             ARCHIVE_CopyTextCut(Event.m_szFileName, sizeof(Event.m_szFileName), szName);
             Notify(XFS_NOTIFY_ADDFILE, reinterpret_cast<unsigned long>(&Event), 0);
         }
-        if (ulSize > 0 && PLATFORM_WriteStream(Buffer.Get(), ulSize, pStream) != ulSize)
+        if (ulSize > 0 && PLATFORM_WriteStream(pBuffer, ulSize, pStream) != ulSize)
             ThrowException(4007, __LINE__, s_szSourceFile, s_szWriteError);
         ullPosition += ulSize;
         Entry.m_ulSize = ulSize;
