@@ -42,6 +42,24 @@ std::uint64_t StreamLength(std::FILE * pStream)
     long const lEnd = std::ftell(pStream);
     return lEnd > 0 ? static_cast<std::uint64_t>(lEnd) : 0;
 }
+// The archive's stream of one unit's file pass: opened at the unit's first file and
+// shared by its files, rather than opened again for each, which cost a path walk and
+// a few system calls per file; closed when the pass is left, also by an error.
+class CUnitStream
+{
+public:
+    CUnitStream() = default;
+    ~CUnitStream()
+    {
+        if (m_pStream != nullptr)
+            std::fclose(m_pStream);
+    }
+    CUnitStream(CUnitStream const &) = delete;
+    CUnitStream & operator=(CUnitStream const &) = delete;
+
+    std::FILE * m_pStream = nullptr;
+    std::uint64_t m_ullLength = 0;
+};
 } // namespace
 
 bool CExtendedFileSystem::ExtractArchive(char const * szArchive, char const * szTarget)
@@ -100,10 +118,14 @@ void CExtendedFileSystem::RecursiveArchiveExtract(char const * szDirectory, sArc
 
     std::uint32_t const ulCount =
         pArchive->m_pEntries != nullptr ? pArchive->m_sHeader.m_ulEntryCount : 0;
-    for (std::uint32_t ulIndex = 0; ulIndex < ulCount; ++ulIndex)
     {
-        if (pArchive->m_pEntries[ulIndex].m_bDirectory == 0)
-            ExtractEntry(pArchive, &pArchive->m_pEntries[ulIndex], Event);
+        CUnitStream Stream;
+        for (std::uint32_t ulIndex = 0; ulIndex < ulCount; ++ulIndex)
+        {
+            if (pArchive->m_pEntries[ulIndex].m_bDirectory == 0)
+                ExtractEntry(pArchive, &pArchive->m_pEntries[ulIndex], Event, Stream.m_pStream,
+                             Stream.m_ullLength);
+        }
     }
     for (std::uint32_t ulIndex = 0; ulIndex < ulCount; ++ulIndex)
     {
@@ -119,7 +141,8 @@ void CExtendedFileSystem::RecursiveArchiveExtract(char const * szDirectory, sArc
 }
 
 void CExtendedFileSystem::ExtractEntry(sArchiveInfo const * pArchive, sArchiveEntry const * pEntry,
-                                       sArchiveFileEvent & Event)
+                                       sArchiveFileEvent & Event, std::FILE *& pArchiveFile,
+                                       std::uint64_t & ullArchiveLength)
 {
     if (!IsSafeName(pEntry->m_szName))
         ThrowException(4005, __LINE__, s_szSourceFile, s_szCreateError);
@@ -128,26 +151,24 @@ void CExtendedFileSystem::ExtractEntry(sArchiveInfo const * pArchive, sArchiveEn
         ARCHIVE_CopyTextCut(Event.m_szFileName, sizeof(Event.m_szFileName), pEntry->m_szName);
         Notify(XFS_NOTIFY_EXTRACTFILE, reinterpret_cast<unsigned long>(&Event), 0);
     }
-    std::FILE * pArchiveFile = PLATFORM_OpenFile(pArchive->m_szPath, "rb");
     if (pArchiveFile == nullptr)
-        ThrowException(4010, __LINE__, s_szSourceFile, "Could not open file.");
-    // Each entry is read and written whole in one go: buffers of the streams' own would
-    // only add copies, and reads of whole blocks around the seek.
-    std::setvbuf(pArchiveFile, nullptr, _IONBF, 0);
+    {
+        pArchiveFile = PLATFORM_OpenFile(pArchive->m_szPath, "rb");
+        if (pArchiveFile == nullptr)
+            ThrowException(4010, __LINE__, s_szSourceFile, "Could not open file.");
+        // Each entry is read whole in one go: a buffer of the stream's own would only
+        // add a copy, and reads of whole blocks around each seek.
+        std::setvbuf(pArchiveFile, nullptr, _IONBF, 0);
+        ullArchiveLength = StreamLength(pArchiveFile);
+    }
     std::uint64_t const ullFrom =
         static_cast<std::uint64_t>(pArchive->m_ulBaseOffset) + pEntry->m_ulOffset;
     std::uint32_t const ulSize = pEntry->m_ulSize;
-    if (ullFrom + ulSize > StreamLength(pArchiveFile))
-    {
-        std::fclose(pArchiveFile);
+    if (ullFrom + ulSize > ullArchiveLength)
         ThrowException(4006, __LINE__, s_szSourceFile, "Error reading from file.");
-    }
     std::FILE * pFile = PLATFORM_OpenFile(pEntry->m_szName, "wb");
     if (pFile == nullptr)
-    {
-        std::fclose(pArchiveFile);
         ThrowException(4005, __LINE__, s_szSourceFile, s_szCreateError);
-    }
     std::setvbuf(pFile, nullptr, _IONBF, 0);
 
     void * const pBuffer = ARCHIVE_CopyBuffer(ulSize);
@@ -155,7 +176,6 @@ void CExtendedFileSystem::ExtractEntry(sArchiveInfo const * pArchive, sArchiveEn
         ulSize == 0 || (pBuffer != nullptr &&
                         std::fseek(pArchiveFile, static_cast<long>(ullFrom), SEEK_SET) == 0 &&
                         PLATFORM_ReadStream(pBuffer, ulSize, pArchiveFile) == ulSize);
-    std::fclose(pArchiveFile);
     bool const bWritten =
         bRead && (ulSize == 0 || PLATFORM_WriteStream(pBuffer, ulSize, pFile) == ulSize);
     bool const bClosed = std::fclose(pFile) == 0;

@@ -198,8 +198,10 @@ private:
     char * FindFiles(char const * szMask, bool * pIsDirectory, std::uint64_t * pSize);
     // Archive extraction; archiveextractor.cpp.
     void RecursiveArchiveExtract(char const * szDirectory, sArchiveInfo * pArchive);
+    // Writes one file; pArchiveFile is the unit's archive stream, opened at its first use.
     void ExtractEntry(sArchiveInfo const * pArchive, sArchiveEntry const * pEntry,
-                      sArchiveFileEvent & Event);
+                      sArchiveFileEvent & Event, std::FILE *& pArchiveFile,
+                      std::uint64_t & ullArchiveLength);
     void CopyArchivesFrom(CExtendedFileSystem const & Other);
     void FreeArchives();
 
