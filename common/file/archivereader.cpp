@@ -10,11 +10,13 @@
 #include <cstring>
 
 #include "common/exception/zrexception.h"
+#include "common/file/archivepath.h"
 #include "common/file/extendedfilesystem.h"
 #include "common/kernel/memory.h"
 #include "common/kernel/text.h"
 #include "common/platform/currentdir.h"
 #include "common/platform/fileopen.h"
+#include "common/platform/fullpath.h"
 #include "common/platform/splitpath.h"
 
 static char const s_szSourceFile[] = "common/file/extendedfilesystem";
@@ -151,8 +153,17 @@ CExtendedFileSystem::sArchiveInfo * CExtendedFileSystem::RegisterArchive(sArchiv
         char szFileName[PLATFORM_MAX_FNAME];
         char szExtension[PLATFORM_MAX_EXT];
         PLATFORM_SplitPath(szBuffer, nullptr, nullptr, szFileName, szExtension);
-        if (PLATFORM_GetCurrentDirectory(szKey, sizeof(szKey)) == nullptr ||
-            !AppendName(szKey, "\\") || !AppendName(szKey, szFileName) ||
+        // A name with a directory part (only extraction gives one) is keyed by the full
+        // path of its own directory, so that the record names the file that is read
+        // here, and later opens by that path find it again.
+        char szDirectory[NAME_BUFFER];
+        if (!ARCHIVE_DirectoryPart(szBuffer, szDirectory, sizeof(szDirectory)))
+            return nullptr;
+        char const * szBase =
+            szDirectory[0] == '\0'
+                ? PLATFORM_GetCurrentDirectory(szKey, sizeof(szKey))
+                : PLATFORM_GetFullDirectoryPath(szDirectory, szKey, sizeof(szKey));
+        if (szBase == nullptr || !AppendName(szKey, "\\") || !AppendName(szKey, szFileName) ||
             !AppendName(szKey, szExtension))
             return nullptr;
         sArchiveInfo * pFound = FindArchive(nullptr, szKey);

@@ -148,6 +148,14 @@ public:
     std::int32_t GetCallbackCount() const;
     bool HasCallbacks() const;
 
+    // Packs the directory szSource (its directory part says where it lies, its file-name
+    // part without extension names it) into the file szArchive, ".arc" added unless it
+    // has that extension. Changes the current directory while it works; events 4 and 1.
+    bool CreateArchive(char const * szArchive, char const * szSource);
+    // Unpacks szArchive into a new directory named like the archive, below the directory
+    // part of szTarget; false when the archive can't be registered. Events 3 and 2.
+    bool ExtractArchive(char const * szArchive, char const * szTarget);
+
 private:
     sFileInfo * GetFileForHandle(std::uint32_t ulHandle);
     sFileInfo const * GetFileForHandle(std::uint32_t ulHandle) const;
@@ -173,6 +181,27 @@ private:
     sArchiveInfo * FindArchive(sArchiveInfo * pParent, char const * szName);
     sArchiveEntry * FindArchiveEntry(sArchiveInfo * pArchive, char const * szName) const;
     void ReadArchiveUnit(sArchiveInfo * pRecord, std::FILE * pStream);
+    // Archive creation; archivewriter.cpp.
+    void RecursiveArchiveCreate(char const * szDirectory, std::FILE * pStream);
+    std::uint32_t CountUnitEntries(sArchiveFileEvent & Event);
+    void PackUnitFiles(std::FILE * pStream, std::uint64_t ullStart,
+                       std::vector<sArchiveEntry> & vEntries, std::uint32_t & ulIndex,
+                       sArchiveFileEvent & Event);
+    void PackUnitDirectories(std::FILE * pStream, std::uint64_t ullStart,
+                             std::vector<sArchiveEntry> & vEntries, std::uint32_t & ulIndex);
+    // Writes the unit's records and its header with the final numbers.
+    void FinishUnit(std::FILE * pStream, std::uint64_t ullStart, sHeader & Header,
+                    std::vector<sArchiveEntry> const & vEntries);
+    // Starts a search with szMask, or goes on with the running one when it is null; the
+    // name of the hit, valid until the next step, or null at the end. The size is the
+    // file's full size, so that files of 4 GiB or more are seen as such.
+    char * FindFiles(char const * szMask, bool * pIsDirectory, std::uint64_t * pSize);
+    // Archive extraction; archiveextractor.cpp.
+    void RecursiveArchiveExtract(char const * szDirectory, sArchiveInfo * pArchive);
+    // Writes one file; pArchiveFile is the unit's archive stream, opened at its first use.
+    void ExtractEntry(sArchiveInfo const * pArchive, sArchiveEntry const * pEntry,
+                      sArchiveFileEvent & Event, std::FILE *& pArchiveFile,
+                      std::uint64_t & ullArchiveLength);
     void CopyArchivesFrom(CExtendedFileSystem const & Other);
     void FreeArchives();
 

@@ -1,0 +1,108 @@
+#!/usr/bin/env bash
+# Times the arc tool against tar and zip on two trees, side by side in one run:
+#   small: 10,000 files of 4 KB in 100 directories
+#   large: four files of 64 MB
+# Cases: arc create against tar cf and zip -0 -r; arc extract against tar xf. Each
+# command runs RUNS times (default 5), the tools taking turns at going first in each
+# round, all with a warm page cache; the script prints the median wall time of each, the ratio
+# arc/tar (below 1.00 means arc is faster) and the peak resident memory.
+#
+# Usage: bench/arc_compare.sh [ARC_BINARY]   (default: build/release/tools/arc/arc)
+# Environment: RUNS (rounds), WORK_DIR (where the trees go; default a fresh temporary
+# directory, removed at the end).
+set -euo pipefail
+
+ARC=${1:-"$(dirname "$0")/../build/release/tools/arc/arc"}
+ARC=$(realpath "$ARC")
+RUNS=${RUNS:-5}
+for tool in tar zip /usr/bin/time; do
+    command -v "$tool" >/dev/null || { echo "arc_compare: $tool is needed" >&2; exit 2; }
+done
+[ -x "$ARC" ] || { echo "arc_compare: no arc at $ARC (build the release preset)" >&2; exit 2; }
+
+if [ -n "${WORK_DIR:-}" ]; then
+    mkdir -p "$WORK_DIR"
+    WORK=$(realpath "$WORK_DIR")
+else
+    WORK=$(mktemp -d)
+    trap 'rm -rf "$WORK"' EXIT
+fi
+cd "$WORK"
+
+make_trees() {
+    if [ ! -d small ]; then
+        mkdir -p small.tmp
+        head -c $((10000 * 4096)) /dev/urandom | (cd small.tmp && split -b 4096 -a 4 -d - f)
+        for d in $(seq -w 0 99); do
+            mkdir -p "small.tmp/d$d"
+            mv small.tmp/f$d?? "small.tmp/d$d/"
+        done
+        mv small.tmp small
+    fi
+    if [ ! -d large ]; then
+        mkdir -p large.tmp
+        for i in 1 2 3 4; do
+            head -c $((64 << 20)) /dev/urandom >"large.tmp/part$i.bin"
+        done
+        mv large.tmp large
+    fi
+}
+
+# Runs one command; appends "milliseconds peak_kb" to the file $1.
+measure() {
+    local out=$1
+    shift
+    local start end
+    start=$(date +%s%N)
+    /usr/bin/time -f "%M" -o "$WORK/time.out" "$@" >/dev/null 2>&1
+    end=$(date +%s%N)
+    echo "$(((end - start) / 1000)) $(cat "$WORK/time.out")" >>"$out"
+}
+
+# Median of the first column (microseconds) in ms, and the largest second column in MB.
+summary() {
+    sort -n "$1" | awk '{ t[NR] = $1; if ($2 > m) m = $2 }
+        END { med = (NR % 2) ? t[(NR + 1) / 2] : (t[NR / 2] + t[NR / 2 + 1]) / 2;
+              printf "%.1f %.1f\n", med / 1000, m / 1024 }'
+}
+
+run_tree() {
+    local tree=$1
+    rm -f "$WORK"/res.*
+    for round in $(seq "$RUNS"); do
+        rm -f "$tree.arc" "$tree.tar" "$tree.zip"
+        rm -rf out.arc out.tar && mkdir out.arc out.tar
+        # The tools take turns at going first, so that none always pays for the
+        # clean-up work that the system still does after the last removal.
+        if [ $((round % 2)) = 1 ]; then
+            measure res.create.arc "$ARC" --quiet create "$tree.arc" "$tree"
+            measure res.create.tar tar cf "$tree.tar" "$tree"
+            measure res.create.zip zip -0 -r -q "$tree.zip" "$tree"
+            measure res.extract.arc "$ARC" --quiet extract "$tree.arc" out.arc
+            measure res.extract.tar tar xf "$tree.tar" -C out.tar
+        else
+            measure res.create.zip zip -0 -r -q "$tree.zip" "$tree"
+            measure res.create.tar tar cf "$tree.tar" "$tree"
+            measure res.create.arc "$ARC" --quiet create "$tree.arc" "$tree"
+            measure res.extract.tar tar xf "$tree.tar" -C out.tar
+            measure res.extract.arc "$ARC" --quiet extract "$tree.arc" out.arc
+        fi
+        if [ "$round" = 1 ]; then
+            diff -r "$tree" "out.arc/$tree" >/dev/null || { echo "arc_compare: arc round trip differs" >&2; exit 1; }
+        fi
+    done
+    rm -rf out.arc out.tar
+    local ca ct cz ea et
+    ca=$(summary res.create.arc); ct=$(summary res.create.tar); cz=$(summary res.create.zip)
+    ea=$(summary res.extract.arc); et=$(summary res.extract.tar)
+    echo "$tree $ca $ct $cz $ea $et" | awk '{
+        printf "%-6s create  : arc %8.1f ms  tar %8.1f ms  zip -0 %8.1f ms  arc/tar %5.2f  arc/zip %5.2f  peak MB: arc %.1f, tar %.1f, zip %.1f\n",
+            $1, $2, $4, $6, $2 / $4, $2 / $6, $3, $5, $7
+        printf "%-6s extract : arc %8.1f ms  tar %8.1f ms                     arc/tar %5.2f                 peak MB: arc %.1f, tar %.1f\n",
+            $1, $8, $10, $8 / $10, $9, $11 }'
+}
+
+make_trees
+echo "arc_compare: $RUNS rounds each, medians of wall time; $(nproc) cores; $ARC"
+run_tree small
+run_tree large

@@ -1,0 +1,187 @@
+// Unpacking .arc archives. The archive is registered as for reading; its top unit
+// becomes a new directory named like the archive below the target directory, and each
+// nested unit a directory below that, files first, then subdirectories. The walk moves
+// the process's current directory into each directory it fills and back, so one walk
+// runs at a time. The archive comes from outside: a name that could leave the directory
+// being filled (empty, ".", "..", or with a slash or backslash) is refused before
+// anything is written for it, and an entry whose bytes don't lie inside the archive
+// file is refused before anything is allocated for it.
+#include <cstring>
+
+#include "common/exception/zrexception.h"
+#include "common/file/archivebuffer.h"
+#include "common/file/archivepath.h"
+#include "common/file/extendedfilesystem.h"
+#include "common/kernel/memory.h"
+#include "common/kernel/text.h"
+#include "common/platform/currentdir.h"
+#include "common/platform/fileopen.h"
+#include "common/platform/splitpath.h"
+#include "common/platform/streamio.h"
+
+static char const s_szSourceFile[] = "common/file/extendedfilesystem";
+
+namespace
+{
+constexpr std::size_t PATH_BUFFER = 1024;
+
+char const s_szChangeDirectoryError[] =
+    "Could not change to the directory, the directory doesn't probably exist.";
+char const s_szCreateError[] = "Could not create file.";
+
+bool IsSafeName(char const * szName)
+{
+    return szName[0] != '\0' && std::strcmp(szName, ".") != 0 && std::strcmp(szName, "..") != 0 &&
+           std::strpbrk(szName, "/\\") == nullptr;
+}
+
+std::uint64_t StreamLength(std::FILE * pStream)
+{
+    if (std::fseek(pStream, 0, SEEK_END) != 0)
+        return 0;
+    long const lEnd = std::ftell(pStream);
+    return lEnd > 0 ? static_cast<std::uint64_t>(lEnd) : 0;
+}
+// The archive's stream of one unit's file pass: opened at the unit's first file and
+// shared by its files, rather than opened again for each, which cost a path walk and
+// a few system calls per file; closed when the pass is left, also by an error.
+class CUnitStream
+{
+public:
+    CUnitStream() = default;
+    ~CUnitStream()
+    {
+        if (m_pStream != nullptr)
+            std::fclose(m_pStream);
+    }
+    CUnitStream(CUnitStream const &) = delete;
+    CUnitStream & operator=(CUnitStream const &) = delete;
+
+    std::FILE * m_pStream = nullptr;
+    std::uint64_t m_ullLength = 0;
+};
+} // namespace
+
+bool CExtendedFileSystem::ExtractArchive(char const * szArchive, char const * szTarget)
+{
+    char szArchiveName[PATH_BUFFER];
+    if (szArchive == nullptr || !ARCHIVE_CopyText(szArchiveName, sizeof(szArchiveName), szArchive))
+        return false;
+    char szFileName[PLATFORM_MAX_FNAME];
+    char szExtension[PLATFORM_MAX_EXT];
+    PLATFORM_SplitPath(szArchiveName, nullptr, nullptr, szFileName, szExtension);
+    if (STR_stricmp(szExtension, ".arc") != 0 &&
+        !ARCHIVE_AppendText(szArchiveName, sizeof(szArchiveName), ".arc"))
+        return false;
+    sArchiveInfo * pArchive = RegisterArchive(nullptr, szArchiveName);
+    if (pArchive == nullptr)
+        return false;
+
+    char szTargetDirectory[PATH_BUFFER];
+    char szSaved[PATH_BUFFER];
+    if (szTarget == nullptr ||
+        !ARCHIVE_DirectoryPart(szTarget, szTargetDirectory, sizeof(szTargetDirectory)) ||
+        PLATFORM_GetCurrentDirectory(szSaved, sizeof(szSaved)) == nullptr ||
+        PLATFORM_ChangeDirectory(szTargetDirectory) == -1)
+        ThrowException(4016, __LINE__, s_szSourceFile, s_szChangeDirectoryError);
+    CArchiveBufferRelease const Release;
+    RecursiveArchiveExtract(szFileName, pArchive);
+    if (PLATFORM_ChangeDirectory(szSaved) == -1)
+        ThrowException(4016, __LINE__, s_szSourceFile, s_szChangeDirectoryError);
+    return true;
+}
+
+void CExtendedFileSystem::RecursiveArchiveExtract(char const * szDirectory, sArchiveInfo * pArchive)
+{
+    if (szDirectory == nullptr || pArchive == nullptr)
+        return;
+    if (!IsSafeName(szDirectory))
+        ThrowException(4005, __LINE__, s_szSourceFile, s_szCreateError);
+    char szSaved[PATH_BUFFER];
+    if (PLATFORM_GetCurrentDirectory(szSaved, sizeof(szSaved)) == nullptr)
+        ThrowException(4016, __LINE__, s_szSourceFile, s_szChangeDirectoryError);
+    if (HasCallbacks())
+    {
+        char szNewDirectory[PATH_BUFFER + PLATFORM_MAX_FNAME + 1];
+        std::strcpy(szNewDirectory, szSaved);
+        std::strcat(szNewDirectory, "\\");
+        std::strncat(szNewDirectory, szDirectory, PLATFORM_MAX_FNAME - 1);
+        Notify(XFS_NOTIFY_MAKEDIR, reinterpret_cast<unsigned long>(szNewDirectory), 0);
+    }
+    // An existing directory is used as it is, and files in it are overwritten.
+    PLATFORM_MakeDirectory(szDirectory);
+    if (PLATFORM_ChangeDirectory(szDirectory) == -1)
+        ThrowException(4016, __LINE__, s_szSourceFile, s_szChangeDirectoryError);
+    sArchiveFileEvent Event;
+    MEM_Zero(&Event, sizeof(Event));
+    ARCHIVE_ReadEventDirectory(Event.m_szDirectory);
+
+    std::uint32_t const ulCount =
+        pArchive->m_pEntries != nullptr ? pArchive->m_sHeader.m_ulEntryCount : 0;
+    {
+        CUnitStream Stream;
+        for (std::uint32_t ulIndex = 0; ulIndex < ulCount; ++ulIndex)
+        {
+            if (pArchive->m_pEntries[ulIndex].m_bDirectory == 0)
+                ExtractEntry(pArchive, &pArchive->m_pEntries[ulIndex], Event, Stream.m_pStream,
+                             Stream.m_ullLength);
+        }
+    }
+    for (std::uint32_t ulIndex = 0; ulIndex < ulCount; ++ulIndex)
+    {
+        sArchiveEntry const & Entry = pArchive->m_pEntries[ulIndex];
+        if (Entry.m_bDirectory == 0)
+            continue;
+        if (!IsSafeName(Entry.m_szName))
+            ThrowException(4005, __LINE__, s_szSourceFile, s_szCreateError);
+        RecursiveArchiveExtract(Entry.m_szName, RegisterArchive(pArchive, Entry.m_szName));
+    }
+    if (PLATFORM_ChangeDirectory(szSaved) == -1)
+        ThrowException(4016, __LINE__, s_szSourceFile, s_szChangeDirectoryError);
+}
+
+void CExtendedFileSystem::ExtractEntry(sArchiveInfo const * pArchive, sArchiveEntry const * pEntry,
+                                       sArchiveFileEvent & Event, std::FILE *& pArchiveFile,
+                                       std::uint64_t & ullArchiveLength)
+{
+    if (!IsSafeName(pEntry->m_szName))
+        ThrowException(4005, __LINE__, s_szSourceFile, s_szCreateError);
+    if (HasCallbacks())
+    {
+        ARCHIVE_CopyTextCut(Event.m_szFileName, sizeof(Event.m_szFileName), pEntry->m_szName);
+        Notify(XFS_NOTIFY_EXTRACTFILE, reinterpret_cast<unsigned long>(&Event), 0);
+    }
+    if (pArchiveFile == nullptr)
+    {
+        pArchiveFile = PLATFORM_OpenFile(pArchive->m_szPath, "rb");
+        if (pArchiveFile == nullptr)
+            ThrowException(4010, __LINE__, s_szSourceFile, "Could not open file.");
+        // Each entry is read whole in one go: a buffer of the stream's own would only
+        // add a copy, and reads of whole blocks around each seek.
+        std::setvbuf(pArchiveFile, nullptr, _IONBF, 0);
+        ullArchiveLength = StreamLength(pArchiveFile);
+    }
+    std::uint64_t const ullFrom =
+        static_cast<std::uint64_t>(pArchive->m_ulBaseOffset) + pEntry->m_ulOffset;
+    std::uint32_t const ulSize = pEntry->m_ulSize;
+    if (ullFrom + ulSize > ullArchiveLength)
+        ThrowException(4006, __LINE__, s_szSourceFile, "Error reading from file.");
+    std::FILE * pFile = PLATFORM_OpenFile(pEntry->m_szName, "wb");
+    if (pFile == nullptr)
+        ThrowException(4005, __LINE__, s_szSourceFile, s_szCreateError);
+    std::setvbuf(pFile, nullptr, _IONBF, 0);
+
+    void * const pBuffer = ARCHIVE_CopyBuffer(ulSize);
+    bool const bRead =
+        ulSize == 0 || (pBuffer != nullptr &&
+                        std::fseek(pArchiveFile, static_cast<long>(ullFrom), SEEK_SET) == 0 &&
+                        PLATFORM_ReadStream(pBuffer, ulSize, pArchiveFile) == ulSize);
+    bool const bWritten =
+        bRead && (ulSize == 0 || PLATFORM_WriteStream(pBuffer, ulSize, pFile) == ulSize);
+    bool const bClosed = std::fclose(pFile) == 0;
+    // Short reads and writes raise here, as they do in creation.
+    if (!bRead)
+        ThrowException(4006, __LINE__, s_szSourceFile, "Error reading from file.");
+    if (!bWritten || !bClosed)
+        ThrowException(4007, __LINE__, s_szSourceFile, "Error writing to file.");
+}

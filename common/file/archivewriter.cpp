@@ -1,0 +1,447 @@
+// Writing .arc archives. A directory becomes one unit: a provisional header, then three
+// searches of the directory, one that counts its files and subdirectories, one that
+// copies the files' data and one that writes a nested unit per subdirectory, so that all
+// files precede all subdirectories whatever order the search delivers; then the records
+// of the directory, and the header again with its numbers. The walk moves the process's
+// current directory into each directory it packs and back, so one walk runs at a time.
+// Sizes and offsets of the format have 32 bits: a source file of 4 GiB or more and a
+// unit that would pass 4 GiB are refused before a wrong number is written.
+#include <cstring>
+#include <vector>
+
+#include "common/exception/zrexception.h"
+#include "common/file/archivebuffer.h"
+#include "common/file/archivepath.h"
+#include "common/file/extendedfilesystem.h"
+#include "common/kernel/memory.h"
+#include "common/kernel/text.h"
+#include "common/platform/currentdir.h"
+#include "common/platform/dirsearch.h"
+#include "common/platform/fileopen.h"
+#include "common/platform/fullpath.h"
+#include "common/platform/splitpath.h"
+#include "common/platform/streamio.h"
+
+static char const s_szSourceFile[] = "common/file/extendedfilesystem";
+
+namespace
+{
+constexpr std::uint32_t ARCHIVE_MAGIC = 0x58435241; // "ARCX"
+constexpr std::uint64_t UNIT_LIMIT = 0xFFFFFFFFu;
+constexpr std::size_t PATH_BUFFER = 1024;
+constexpr std::uint32_t FIND_ATTRIBUTE_DIRECTORY = 0x10;
+// The archive is written in long runs; a large buffer saves a system call per small
+// file and record.
+constexpr std::size_t OUTPUT_BUFFER = 1 << 20;
+
+char const s_szChangeDirectoryError[] =
+    "Could not change to the directory, the directory doesn't probably exist.";
+char const s_szOpenError[] = "Could not open file.";
+char const s_szReadError[] = "Error reading from file.";
+char const s_szWriteError[] = "Error writing to file.";
+char const s_szDirectoryError[] = "Error writing archive directory.";
+
+// The search's record of its latest hit, as _findfirst and _findnext fill it.
+struct sFindData
+{
+    std::uint32_t m_ulAttribute; // FIND_ATTRIBUTE_DIRECTORY for a directory
+    std::uint64_t m_ullSize;     // filled when a caller asks for it
+    char m_szName[260];
+};
+
+// The search state of the process. s_hFind carries the platform's search; -1 is none.
+long s_hFind = -1;
+sFindData s_sFindData;
+char const * const s_szFindMask = "*.*";
+
+// The archive being written: the walk leaves it out when it lies inside the tree.
+char s_szArchiveFileName[PLATFORM_MAX_FNAME + PLATFORM_MAX_EXT];
+sFileIdentity s_ArchiveIdentity;
+bool s_bArchiveKnown = false;
+
+void * SearchOf(long hFind)
+{
+    return reinterpret_cast<void *>(hFind);
+}
+
+bool NextHit(void * hSearch, sFindData & Data)
+{
+    char const * szName = nullptr;
+    bool bDirectory = false;
+    if (!PLATFORM_NextDirSearchHit(hSearch, szName, bDirectory))
+        return false;
+    Data.m_ulAttribute = bDirectory ? FIND_ATTRIBUTE_DIRECTORY : 0;
+    Data.m_ullSize = 0;
+    ARCHIVE_CopyTextCut(Data.m_szName, sizeof(Data.m_szName), szName);
+    return true;
+}
+
+// _findfirst in the current directory: the search with its first hit, or -1.
+long FindFirst(char const * szMask, sFindData & Data)
+{
+    void * hSearch = PLATFORM_OpenDirSearch("", szMask);
+    if (hSearch == nullptr)
+        return -1;
+    if (!NextHit(hSearch, Data))
+    {
+        PLATFORM_CloseDirSearch(hSearch);
+        return -1;
+    }
+    return reinterpret_cast<long>(hSearch);
+}
+
+// The end of a search releases the platform's search as well as forgetting it.
+void EndSearch(long hFind)
+{
+    if (hFind != -1)
+        PLATFORM_CloseDirSearch(SearchOf(hFind));
+}
+
+// A search put aside while a nested unit runs searches of its own: handed back when
+// the nested unit is done, ended when an error leaves the walk.
+class CSavedSearch
+{
+public:
+    explicit CSavedSearch(long hFind) : m_hFind(hFind) {}
+    ~CSavedSearch() { EndSearch(m_hFind); }
+    CSavedSearch(CSavedSearch const &) = delete;
+    CSavedSearch & operator=(CSavedSearch const &) = delete;
+    long Release()
+    {
+        long const hFind = m_hFind;
+        m_hFind = -1;
+        return hFind;
+    }
+
+private:
+    long m_hFind;
+};
+
+// Ends whatever search an error left running when the walk is left.
+class CSearchCleanup
+{
+public:
+    CSearchCleanup() = default;
+    ~CSearchCleanup()
+    {
+        EndSearch(s_hFind);
+        s_hFind = -1;
+    }
+    CSearchCleanup(CSearchCleanup const &) = delete;
+    CSearchCleanup & operator=(CSearchCleanup const &) = delete;
+};
+
+// A block of the MEM_ heap, freed when it goes out of scope; null for 0 bytes.
+class CBlock
+{
+public:
+    explicit CBlock(std::uint32_t ulSize) : m_pMemory(ulSize > 0 ? MEM_Alloc(ulSize) : nullptr) {}
+    ~CBlock()
+    {
+        if (m_pMemory != nullptr)
+            MEM_Free(m_pMemory);
+    }
+    CBlock(CBlock const &) = delete;
+    CBlock & operator=(CBlock const &) = delete;
+    void * Get() const { return m_pMemory; }
+
+private:
+    void * m_pMemory;
+};
+
+// The archive's stream, closed when an error leaves the walk, so that what was written
+// reaches the disk: every unit left unfinished keeps its provisional header, which
+// reads as an empty unit.
+class CArchiveStream
+{
+public:
+    // Gives the stream a buffer of its own, which glibc's setvbuf doesn't allocate.
+    explicit CArchiveStream(std::FILE * pStream) : m_pStream(pStream), m_Buffer(OUTPUT_BUFFER)
+    {
+        if (m_Buffer.Get() != nullptr)
+            std::setvbuf(pStream, static_cast<char *>(m_Buffer.Get()), _IOFBF, OUTPUT_BUFFER);
+    }
+    ~CArchiveStream()
+    {
+        if (m_pStream != nullptr)
+            std::fclose(m_pStream);
+    }
+    CArchiveStream(CArchiveStream const &) = delete;
+    CArchiveStream & operator=(CArchiveStream const &) = delete;
+    // Closes the stream; false when what it held can't be written.
+    bool Close()
+    {
+        std::FILE * const pStream = m_pStream;
+        m_pStream = nullptr;
+        return std::fclose(pStream) == 0;
+    }
+
+private:
+    std::FILE * m_pStream;
+    CBlock const m_Buffer; // freed after the stream is closed
+};
+
+bool IsDotName(char const * szName)
+{
+    return std::strcmp(szName, ".") == 0 || std::strcmp(szName, "..") == 0;
+}
+
+void RememberArchive(std::FILE * pStream, char const * szArchive)
+{
+    char szFileName[PLATFORM_MAX_FNAME];
+    char szExtension[PLATFORM_MAX_EXT];
+    PLATFORM_SplitPath(szArchive, nullptr, nullptr, szFileName, szExtension);
+    std::strcpy(s_szArchiveFileName, szFileName);
+    std::strcat(s_szArchiveFileName, szExtension);
+    s_bArchiveKnown = PLATFORM_GetStreamIdentity(pStream, s_ArchiveIdentity);
+}
+
+// Whether the file szName of the current directory is the archive being written.
+bool IsArchiveItself(char const * szName)
+{
+    sFileIdentity Identity;
+    return s_bArchiveKnown && std::strcmp(szName, s_szArchiveFileName) == 0 &&
+           PLATFORM_GetPathIdentity(szName, Identity) &&
+           Identity.m_ullDevice == s_ArchiveIdentity.m_ullDevice &&
+           Identity.m_ullInode == s_ArchiveIdentity.m_ullInode;
+}
+
+std::uint64_t StreamPosition(std::FILE * pStream)
+{
+    long const lPosition = std::ftell(pStream);
+    return lPosition > 0 ? static_cast<std::uint64_t>(lPosition) : 0;
+}
+} // namespace
+
+bool CExtendedFileSystem::CreateArchive(char const * szArchive, char const * szSource)
+{
+    char szArchiveName[PATH_BUFFER];
+    if (szArchive == nullptr || !ARCHIVE_CopyText(szArchiveName, sizeof(szArchiveName), szArchive))
+        ThrowException(4010, __LINE__, s_szSourceFile, s_szOpenError);
+    char szExtension[PLATFORM_MAX_EXT];
+    PLATFORM_SplitPath(szArchiveName, nullptr, nullptr, nullptr, szExtension);
+    if (STR_stricmp(szExtension, ".arc") != 0 &&
+        !ARCHIVE_AppendText(szArchiveName, sizeof(szArchiveName), ".arc"))
+        ThrowException(4010, __LINE__, s_szSourceFile, s_szOpenError);
+    std::FILE * pStream = PLATFORM_OpenFile(szArchiveName, "wb");
+    if (pStream == nullptr)
+        ThrowException(4010, __LINE__, s_szSourceFile, s_szOpenError);
+    CArchiveStream Stream(pStream);
+    RememberArchive(pStream, szArchiveName);
+
+    char szSourceDirectory[PATH_BUFFER];
+    char szSourceName[PLATFORM_MAX_FNAME];
+    char szSaved[PATH_BUFFER];
+    if (szSource == nullptr ||
+        !ARCHIVE_DirectoryPart(szSource, szSourceDirectory, sizeof(szSourceDirectory)) ||
+        PLATFORM_GetCurrentDirectory(szSaved, sizeof(szSaved)) == nullptr)
+        ThrowException(4016, __LINE__, s_szSourceFile, s_szChangeDirectoryError);
+    PLATFORM_SplitPath(szSource, nullptr, nullptr, szSourceName, nullptr);
+
+    CSearchCleanup const Cleanup;
+    CArchiveBufferRelease const Release;
+    if (PLATFORM_ChangeDirectory(szSourceDirectory) == -1)
+        ThrowException(4016, __LINE__, s_szSourceFile, s_szChangeDirectoryError);
+    RecursiveArchiveCreate(szSourceName, pStream);
+    if (PLATFORM_ChangeDirectory(szSaved) == -1)
+        ThrowException(4016, __LINE__, s_szSourceFile, s_szChangeDirectoryError);
+    s_bArchiveKnown = false;
+    // Written data may reach the disk only now: a failure here is a failed write.
+    if (!Stream.Close())
+        ThrowException(4007, __LINE__, s_szSourceFile, s_szWriteError);
+    return true;
+}
+
+void CExtendedFileSystem::RecursiveArchiveCreate(char const * szDirectory, std::FILE * pStream)
+{
+    // The argument may be the search's own record, which the searches below overwrite.
+    char szName[PLATFORM_MAX_FNAME];
+    ARCHIVE_CopyTextCut(szName, sizeof(szName), szDirectory);
+    char szSaved[PATH_BUFFER];
+    if (PLATFORM_GetCurrentDirectory(szSaved, sizeof(szSaved)) == nullptr)
+        ThrowException(4016, __LINE__, s_szSourceFile, s_szChangeDirectoryError);
+    std::uint64_t const ullStart = StreamPosition(pStream);
+    if (PLATFORM_ChangeDirectory(szName) == -1)
+        ThrowException(4016, __LINE__, s_szSourceFile, s_szChangeDirectoryError);
+    sArchiveFileEvent Event;
+    MEM_Zero(&Event, sizeof(Event));
+    ARCHIVE_ReadEventDirectory(Event.m_szDirectory);
+
+    sHeader Header;
+    MEM_Zero(&Header, sizeof(Header));
+    Header.m_ulMagic = ARCHIVE_MAGIC;
+    Header.m_ucMajorVersion = 1;
+    Header.m_ucMinorVersion = 0;
+    if (PLATFORM_WriteStream(&Header, sizeof(Header), pStream) != sizeof(Header))
+        ThrowException(4012, __LINE__, s_szSourceFile, "Unable to write archive header.");
+
+    Header.m_ulEntryCount = CountUnitEntries(Event);
+    std::vector<sArchiveEntry> vEntries(Header.m_ulEntryCount); // zeroed
+    std::uint32_t ulIndex = 0;
+    PackUnitFiles(pStream, ullStart, vEntries, ulIndex, Event);
+    PackUnitDirectories(pStream, ullStart, vEntries, ulIndex);
+    if (ulIndex != Header.m_ulEntryCount)
+    {
+        Log(__LINE__, "CreateArchive: Directory entry count out of sync for ");
+        Log(__LINE__, szName);
+        Log(__LINE__, "\n");
+    }
+    FinishUnit(pStream, ullStart, Header, vEntries);
+    if (PLATFORM_ChangeDirectory(szSaved) == -1)
+        ThrowException(4016, __LINE__, s_szSourceFile, s_szChangeDirectoryError);
+}
+
+std::uint32_t CExtendedFileSystem::CountUnitEntries(sArchiveFileEvent & Event)
+{
+    std::uint32_t ulCount = 0;
+    bool bDirectory = false;
+    for (char * szName = FindFiles(s_szFindMask, &bDirectory, nullptr); szName != nullptr;
+         szName = FindFiles(nullptr, &bDirectory, nullptr))
+    {
+        if (bDirectory ? IsDotName(szName) : IsArchiveItself(szName))
+            continue;
+        if (HasCallbacks())
+        {
+            ARCHIVE_CopyTextCut(Event.m_szFileName, sizeof(Event.m_szFileName), szName);
+            Notify(XFS_NOTIFY_FOUND, reinterpret_cast<unsigned long>(&Event), 0);
+        }
+        ++ulCount;
+    }
+    return ulCount;
+}
+
+void CExtendedFileSystem::PackUnitFiles(std::FILE * pStream, std::uint64_t ullStart,
+                                        std::vector<sArchiveEntry> & vEntries,
+                                        std::uint32_t & ulIndex, sArchiveFileEvent & Event)
+{
+    std::uint64_t ullPosition = StreamPosition(pStream) - ullStart;
+    bool bDirectory = false;
+    std::uint64_t ullSize = 0;
+    for (char * szName = FindFiles(s_szFindMask, &bDirectory, &ullSize); szName != nullptr;
+         szName = FindFiles(nullptr, &bDirectory, &ullSize))
+    {
+        if (bDirectory || IsArchiveItself(szName))
+            continue;
+        // A hit that the counting pass didn't see has no record: it is left out, and
+        // the count mismatch is reported.
+        if (ulIndex >= vEntries.size())
+        {
+            ++ulIndex;
+            continue;
+        }
+        if (ullSize > UNIT_LIMIT)
+            ThrowException(4006, __LINE__, s_szSourceFile, s_szReadError);
+        if (ullPosition + ullSize > UNIT_LIMIT)
+            ThrowException(4007, __LINE__, s_szSourceFile, s_szWriteError);
+        std::uint32_t const ulSize = static_cast<std::uint32_t>(ullSize);
+        std::FILE * pFile = PLATFORM_OpenFile(szName, "rb");
+        if (pFile == nullptr)
+            ThrowException(4010, __LINE__, s_szSourceFile, s_szOpenError);
+        // Read whole in one go: a buffer of the stream's own would only add a copy.
+        std::setvbuf(pFile, nullptr, _IONBF, 0);
+        void * const pBuffer = ARCHIVE_CopyBuffer(ulSize);
+        bool const bRead = ulSize == 0 || (pBuffer != nullptr &&
+                                           PLATFORM_ReadStream(pBuffer, ulSize, pFile) == ulSize);
+        std::fclose(pFile);
+        if (!bRead)
+            ThrowException(4006, __LINE__, s_szSourceFile, s_szReadError);
+
+        sArchiveEntry & Entry = vEntries[ulIndex];
+        ARCHIVE_CopyTextCut(Entry.m_szName, sizeof(Entry.m_szName), szName);
+        Entry.m_ulOffset = static_cast<std::uint32_t>(ullPosition);
+        if (HasCallbacks())
+        {
+            ARCHIVE_CopyTextCut(Event.m_szFileName, sizeof(Event.m_szFileName), szName);
+            Notify(XFS_NOTIFY_ADDFILE, reinterpret_cast<unsigned long>(&Event), 0);
+        }
+        if (ulSize > 0 && PLATFORM_WriteStream(pBuffer, ulSize, pStream) != ulSize)
+            ThrowException(4007, __LINE__, s_szSourceFile, s_szWriteError);
+        ullPosition += ulSize;
+        Entry.m_ulSize = ulSize;
+        ++ulIndex;
+    }
+}
+
+void CExtendedFileSystem::PackUnitDirectories(std::FILE * pStream, std::uint64_t ullStart,
+                                              std::vector<sArchiveEntry> & vEntries,
+                                              std::uint32_t & ulIndex)
+{
+    bool bDirectory = false;
+    for (char * szName = FindFiles(s_szFindMask, &bDirectory, nullptr); szName != nullptr;
+         szName = FindFiles(nullptr, &bDirectory, nullptr))
+    {
+        if (!bDirectory || IsDotName(szName))
+            continue;
+        if (ulIndex >= vEntries.size())
+        {
+            ++ulIndex;
+            continue;
+        }
+        sArchiveEntry & Entry = vEntries[ulIndex];
+        ARCHIVE_CopyTextCut(Entry.m_szName, sizeof(Entry.m_szName), szName);
+        std::uint64_t const ullOffset = StreamPosition(pStream) - ullStart;
+        if (ullOffset > UNIT_LIMIT)
+            ThrowException(4007, __LINE__, s_szSourceFile, s_szWriteError);
+        Entry.m_ulOffset = static_cast<std::uint32_t>(ullOffset);
+        {
+            CSavedSearch Saved(s_hFind);
+            RecursiveArchiveCreate(Entry.m_szName, pStream);
+            s_hFind = Saved.Release();
+        }
+        std::uint64_t const ullEnd = StreamPosition(pStream) - ullStart;
+        if (ullEnd > UNIT_LIMIT)
+            ThrowException(4007, __LINE__, s_szSourceFile, s_szWriteError);
+        Entry.m_ulSize = static_cast<std::uint32_t>(ullEnd - ullOffset);
+        Entry.m_bDirectory = 1;
+        ++ulIndex;
+    }
+}
+
+void CExtendedFileSystem::FinishUnit(std::FILE * pStream, std::uint64_t ullStart, sHeader & Header,
+                                     std::vector<sArchiveEntry> const & vEntries)
+{
+    std::uint64_t const ullDirectory = StreamPosition(pStream) - ullStart;
+    std::uint64_t const ullBytes =
+        static_cast<std::uint64_t>(vEntries.size()) * sizeof(sArchiveEntry);
+    if (ullDirectory + ullBytes > UNIT_LIMIT)
+        ThrowException(4007, __LINE__, s_szSourceFile, s_szWriteError);
+    Header.m_ulDirectoryOffset = static_cast<std::uint32_t>(ullDirectory);
+    if (ullBytes > 0 && PLATFORM_WriteStream(vEntries.data(), ullBytes, pStream) != ullBytes)
+        ThrowException(4013, __LINE__, s_szSourceFile, s_szDirectoryError);
+    Header.m_ulArchiveSize = static_cast<std::uint32_t>(ullDirectory + ullBytes);
+    // A seek writes out what the stream holds: its failure is a failed write.
+    if (std::fseek(pStream, static_cast<long>(ullStart), SEEK_SET) != 0 ||
+        PLATFORM_WriteStream(&Header, sizeof(Header), pStream) != sizeof(Header) ||
+        std::fseek(pStream, static_cast<long>(ullStart + Header.m_ulArchiveSize), SEEK_SET) != 0)
+        ThrowException(4013, __LINE__, s_szSourceFile, s_szDirectoryError);
+}
+
+char * CExtendedFileSystem::FindFiles(char const * szMask, bool * pIsDirectory,
+                                      std::uint64_t * pSize)
+{
+    if (szMask != nullptr)
+    {
+        s_hFind = FindFirst(szMask, s_sFindData);
+        if (s_hFind == -1)
+            return nullptr;
+    }
+    else
+    {
+        if (s_hFind == -1)
+            return nullptr;
+        if (!NextHit(SearchOf(s_hFind), s_sFindData))
+        {
+            EndSearch(s_hFind);
+            s_hFind = -1;
+            return nullptr;
+        }
+    }
+    if (pIsDirectory != nullptr)
+        *pIsDirectory = (s_sFindData.m_ulAttribute & FIND_ATTRIBUTE_DIRECTORY) != 0;
+    if (pSize != nullptr)
+    {
+        s_sFindData.m_ullSize = PLATFORM_GetDirSearchHitSize(SearchOf(s_hFind));
+        *pSize = s_sFindData.m_ullSize;
+    }
+    return s_sFindData.m_szName;
+}

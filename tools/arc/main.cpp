@@ -1,0 +1,93 @@
+// arc: packs directory trees into .arc archives and unpacks them, lists, prints and
+// checks them. Exit codes: 0 success, 1 failure (one line on stderr with the error's
+// text and code), 2 usage. A progress bar goes to stderr when it is a terminal.
+#include <cstdio>
+#include <exception>
+#include <string>
+
+#include <CLI/CLI.hpp>
+
+#include "commands.h"
+#include "common/exception/zrexception.h"
+
+namespace
+{
+struct sArguments
+{
+    std::string sArchive;
+    std::string sDirectory;
+    std::string sTarget = ".";
+    std::string sMember;
+    bool bQuiet = false;
+    bool bLong = false;
+};
+
+CLI::App * AddCommand(CLI::App & App, char const * szName, char const * szDescription,
+                      sArguments & Arguments)
+{
+    CLI::App * pCommand = App.add_subcommand(szName, szDescription);
+    pCommand
+        ->add_option("ARCHIVE", Arguments.sArchive,
+                     "the archive; \".arc\" is added unless that is its extension")
+        ->required();
+    return pCommand;
+}
+
+int Run(CLI::App const & App, sArguments const & Arguments)
+{
+    if (App.got_subcommand("create"))
+        return CommandCreate(Arguments.sArchive, Arguments.sDirectory, Arguments.bQuiet);
+    if (App.got_subcommand("extract"))
+        return CommandExtract(Arguments.sArchive, Arguments.sTarget, Arguments.bQuiet);
+    if (App.got_subcommand("list"))
+        return CommandList(Arguments.sArchive, Arguments.bLong);
+    if (App.got_subcommand("cat"))
+        return CommandCat(Arguments.sArchive, Arguments.sMember);
+    return CommandVerify(Arguments.sArchive);
+}
+} // namespace
+
+int main(int argc, char ** argv)
+{
+    CLI::App App("Packs directory trees into .arc archives and unpacks them.", "arc");
+    App.require_subcommand(1);
+    App.fallthrough();
+    sArguments Arguments;
+    App.add_flag("-q,--quiet", Arguments.bQuiet, "no progress bar");
+
+    AddCommand(App, "create", "pack the directory DIR into ARCHIVE", Arguments)
+        ->add_option("DIR", Arguments.sDirectory, "the directory whose content is packed")
+        ->required();
+    AddCommand(App, "extract", "unpack ARCHIVE into TARGET_DIR/<archive name>", Arguments)
+        ->add_option("TARGET_DIR", Arguments.sTarget,
+                     "an existing directory (default: the current one)");
+    AddCommand(App, "list", "show the tree of names and sizes in ARCHIVE", Arguments)
+        ->add_flag("-l,--long", Arguments.bLong, "add offsets in the file and unit sizes");
+    AddCommand(App, "cat", "write one member of ARCHIVE to the standard output", Arguments)
+        ->add_option("PATH", Arguments.sMember, "the member, as town/hall.dat or town\\hall.dat")
+        ->required();
+    AddCommand(App, "verify", "check every unit and entry of ARCHIVE", Arguments);
+
+    try
+    {
+        App.parse(argc, argv);
+    }
+    catch (CLI::ParseError const & Error)
+    {
+        return App.exit(Error) == 0 ? 0 : 2;
+    }
+
+    try
+    {
+        return Run(App, Arguments);
+    }
+    catch (CZRException const & Error)
+    {
+        std::fprintf(stderr, "arc: %s (error %u)\n", Error.GetErrorString(), Error.GetErrorCode());
+    }
+    catch (std::exception const & Error)
+    {
+        std::fprintf(stderr, "arc: %s\n", Error.what());
+    }
+    return 1;
+}

@@ -1,0 +1,85 @@
+#include "progress.h"
+
+#include <cstdio>
+#include <string>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "common/file/extendedfilesystem.h"
+
+namespace
+{
+constexpr int BAR_WIDTH = 30;
+
+bool IsDirectory(CExtendedFileSystem::sArchiveFileEvent const & Event)
+{
+    std::string const sPath = std::string(Event.m_szDirectory) + "/" + Event.m_szFileName;
+    struct stat Status;
+    return ::stat(sPath.c_str(), &Status) == 0 && S_ISDIR(Status.st_mode);
+}
+} // namespace
+
+bool StderrIsTerminal()
+{
+    return ::isatty(STDERR_FILENO) == 1;
+}
+
+CProgress::CProgress(bool bEnabled, char const * szVerb) : m_bEnabled(bEnabled), m_sVerb(szVerb) {}
+
+void CProgress::Attach(CExtendedFileSystem & FileSystem)
+{
+    if (m_bEnabled)
+        FileSystem.AddCallback(OnEvent, reinterpret_cast<unsigned long>(this));
+}
+
+void CProgress::SetTotal(std::uint64_t ullTotal)
+{
+    m_ullTotal = ullTotal;
+}
+
+void CProgress::OnEvent(int nCode, unsigned long ulArg1, unsigned long, unsigned long ulUser)
+{
+    CProgress * pThis = reinterpret_cast<CProgress *>(ulUser);
+    if (nCode == XFS_NOTIFY_FOUND)
+    {
+        // The counting pass reports subdirectories too; only files are added one by one.
+        if (!IsDirectory(*reinterpret_cast<CExtendedFileSystem::sArchiveFileEvent const *>(ulArg1)))
+            ++pThis->m_ullTotal;
+    }
+    else if (nCode == XFS_NOTIFY_ADDFILE || nCode == XFS_NOTIFY_EXTRACTFILE)
+    {
+        ++pThis->m_ullDone;
+    }
+    pThis->Draw();
+}
+
+void CProgress::Draw()
+{
+    if (!m_bEnabled)
+        return;
+    std::uint64_t const ullTotal = m_ullTotal > m_ullDone ? m_ullTotal : m_ullDone;
+    int const nFilled = ullTotal > 0 ? static_cast<int>(m_ullDone * BAR_WIDTH / ullTotal) : 0;
+    int const nPercent = ullTotal > 0 ? static_cast<int>(m_ullDone * 100 / ullTotal) : 0;
+    std::string const sBar = std::string(static_cast<std::size_t>(nFilled), '#') +
+                             std::string(static_cast<std::size_t>(BAR_WIDTH - nFilled), '-');
+    // The counts change with every file; a new line is drawn only when the bar or the
+    // percentage moves, or every 100 files.
+    std::string const sKey =
+        sBar + std::to_string(nPercent) + "/" + std::to_string(m_ullDone / 100);
+    if (sKey == m_sShown)
+        return;
+    m_sShown = sKey;
+    std::fprintf(stderr, "\r%s [%s] %3d%% %llu/%llu files", m_sVerb.c_str(), sBar.c_str(), nPercent,
+                 static_cast<unsigned long long>(m_ullDone),
+                 static_cast<unsigned long long>(ullTotal));
+    std::fflush(stderr);
+}
+
+void CProgress::Finish()
+{
+    if (!m_bEnabled || m_sShown.empty())
+        return;
+    m_sShown.clear();
+    Draw();
+    std::fputc('\n', stderr);
+}

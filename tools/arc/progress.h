@@ -1,0 +1,39 @@
+// The progress bar of arc on stderr, driven by the file system's events: the counting
+// pass of creation (event 4) and a total given up front for extraction set the total,
+// each file added (event 1) or extracted (event 2) moves the bar. Drawn only when
+// enabled (stderr is a terminal and --quiet wasn't given); redrawn only when what it
+// shows changes, so that a large tree doesn't turn into a flood of output.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+class CExtendedFileSystem;
+
+class CProgress
+{
+public:
+    CProgress(bool bEnabled, char const * szVerb);
+    ~CProgress() { Finish(); }
+    CProgress(CProgress const &) = delete;
+    CProgress & operator=(CProgress const &) = delete;
+    // Registers the bar as a callback of the file system.
+    void Attach(CExtendedFileSystem & FileSystem);
+    void SetTotal(std::uint64_t ullTotal);
+    // Ends the line of the bar, if one was drawn.
+    void Finish();
+
+private:
+    static void OnEvent(int nCode, unsigned long ulArg1, unsigned long ulArg2,
+                        unsigned long ulUser);
+    void Draw();
+
+    bool m_bEnabled;
+    std::string m_sVerb;
+    std::uint64_t m_ullTotal = 0;
+    std::uint64_t m_ullDone = 0;
+    std::string m_sShown; // the line drawn last
+};
+
+// Whether stderr is a terminal.
+bool StderrIsTerminal();
