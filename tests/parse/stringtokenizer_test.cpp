@@ -12,16 +12,12 @@ namespace
 std::vector<std::string> Tokens(CStringTokenizer & Tokenizer)
 {
     std::vector<std::string> vResult;
-    for (int nGuard = 0; nGuard < 1000; ++nGuard)
+    for (int nType = 0; nType != TT_EOF && vResult.size() < 1000;)
     {
-        int const nType = Tokenizer.GetNextToken();
+        nType = Tokenizer.GetNextToken();
         CZRString const sValue = Tokenizer.GetStringValue();
-        std::string sText = sValue.GetString() == nullptr
-                                ? std::string()
-                                : std::string(sValue.GetString(), sValue.GetLength());
-        vResult.push_back(std::to_string(nType) + ":" + sText);
-        if (nType == TT_EOF)
-            break;
+        char const * szValue = sValue.GetString() != nullptr ? sValue.GetString() : "";
+        vResult.push_back(std::to_string(nType) + ":" + std::string(szValue, sValue.GetLength()));
     }
     return vResult;
 }

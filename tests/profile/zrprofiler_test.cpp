@@ -46,6 +46,14 @@ protected:
         EXPECT_TRUE(m_Profiler.GetSampleData(nIndex, data));
         return data;
     }
+    // Reads slot 0 and checks its smoothed average, minimum and maximum.
+    void ExpectHistory(float fAverage, float fMinimum, float fMaximum, float fTolerance)
+    {
+        CZRProfileData const data = Data(0);
+        EXPECT_NEAR(data.GetAverageTimePerFrame(), fAverage, fTolerance);
+        EXPECT_NEAR(data.GetMinimumTimePerFrame(), fMinimum, fTolerance);
+        EXPECT_NEAR(data.GetMaximumTimePerFrame(), fMaximum, fTolerance);
+    }
 
     CZRProfiler m_Profiler;
 };
@@ -68,8 +76,6 @@ TEST_F(ZRProfiler, RunsAddUpAndFreeSlotsLeaveDataAlone)
     EXPECT_EQ(data.GetNumParents(), 0);
     EXPECT_NEAR(data.GetAbsoluteTimePerFrame(), 0.05f, SECONDS);
     EXPECT_NEAR(data.GetAverageTimePerFrame(), 50.0f, PERCENT);
-    EXPECT_FLOAT_EQ(data.GetMinimumTimePerFrame(), data.GetAverageTimePerFrame());
-    EXPECT_FLOAT_EQ(data.GetMaximumTimePerFrame(), data.GetAverageTimePerFrame());
     for (int nIndex : {-1, 1, 50})
     {
         EXPECT_FALSE(m_Profiler.GetSampleData(nIndex, data));
@@ -121,37 +127,22 @@ TEST_F(ZRProfiler, NestedTimeComesOffTheDirectParentOnly)
 
 TEST_F(ZRProfiler, SmoothingFollowsTheFrameLength)
 {
-    Frame(0, 1000, "S", 0, 500); // the first share fills all three values
-    Data(0);
+    Frame(0, 1000, "S", 0, 500); // the first read gives the share three times
+    ExpectHistory(50.0f, 50.0f, 50.0f, PERCENT);
 
     // 0.5 s: w = 0.4. A lower share pulls the minimum down at once, the others by w.
     Frame(1000, 1500, "S", 1000, 1125);
-    CZRProfileData data = Data(0);
-    EXPECT_NEAR(data.GetAverageTimePerFrame(), 0.6f * 50 + 0.4f * 25, PERCENT);
-    EXPECT_NEAR(data.GetMinimumTimePerFrame(), 25.0f, PERCENT);
-    EXPECT_NEAR(data.GetMaximumTimePerFrame(), 0.6f * 50 + 0.4f * 25, PERCENT);
-
+    ExpectHistory(0.6f * 50 + 0.4f * 25, 25.0f, 0.6f * 50 + 0.4f * 25, PERCENT);
     // 17 ms: w is about 0.0136. The maximum jumps up, the minimum drifts.
     Frame(1500, 1517, "S", 1500, 1517);
-    data = Data(0);
     float const fWeight = 0.017f * 0.8f;
-    EXPECT_NEAR(data.GetAverageTimePerFrame(), 40.0f + fWeight * (100 - 40), 0.01f);
-    EXPECT_NEAR(data.GetMinimumTimePerFrame(), 25.0f + fWeight * (100 - 25), 0.01f);
-    EXPECT_NEAR(data.GetMaximumTimePerFrame(), 100.0f, PERCENT);
-
+    ExpectHistory(40.0f + fWeight * (100 - 40), 25.0f + fWeight * (100 - 25), 100.0f, 0.01f);
     // Exactly 1.25 s: w = 1, all three become the share.
     Frame(2000, 3250, "S", 2000, 2125);
-    data = Data(0);
-    EXPECT_FLOAT_EQ(data.GetAverageTimePerFrame(), 10.0f);
-    EXPECT_FLOAT_EQ(data.GetMinimumTimePerFrame(), 10.0f);
-    EXPECT_FLOAT_EQ(data.GetMaximumTimePerFrame(), 10.0f);
-
+    ExpectHistory(10.0f, 10.0f, 10.0f, 1e-5f);
     // 2 s: w is held at 1, so the minimum rises to the share in one step.
     Frame(4000, 6000, "S", 4000, 4600);
-    data = Data(0);
-    EXPECT_FLOAT_EQ(data.GetAverageTimePerFrame(), 30.0f);
-    EXPECT_FLOAT_EQ(data.GetMinimumTimePerFrame(), 30.0f);
-    EXPECT_FLOAT_EQ(data.GetMaximumTimePerFrame(), 30.0f);
+    ExpectHistory(30.0f, 30.0f, 30.0f, 1e-5f);
 }
 
 TEST_F(ZRProfiler, HistoryBelongsToTheSlotNotTheName)

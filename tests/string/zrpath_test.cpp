@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
 
 #include "common/string/zrpath.h"
 
@@ -91,25 +92,24 @@ TEST(ZRPath, Extensions)
 
 TEST(ZRPath, PathAndFileName)
 {
-    EXPECT_EQ(Text(CZRPath("a\\b.txt").GetPath()), "a");
-    EXPECT_EQ(Text(CZRPath("a\\b\\").GetPath()), "a\\b");
-    EXPECT_EQ(Text(CZRPath("c:\\x").GetPath()), "c:");
-    EXPECT_EQ(Text(CZRPath("a/b\\c").GetPath()), "a/b");
-    EXPECT_EQ(Text(CZRPath("x").GetPath()), "");
-    EXPECT_EQ(Text(CZRPath("\\x").GetPath()), "");
+    char const * aszPaths[][2] = {{"a\\b.txt", "a"}, {"a\\b\\", "a\\b"}, {"c:\\x", "c:"},
+                                  {"a/b\\c", "a/b"}, {"x", ""},          {"\\x", ""}};
+    for (auto const & Row : aszPaths)
+        EXPECT_EQ(Text(CZRPath(Row[0]).GetPath()), Row[1]) << Row[0];
     EXPECT_EQ(Edited("a\\b.txt", [](CZRPath & p) { p.StripPath(); }), "\\b.txt");
     EXPECT_EQ(Edited("a\\b\\", [](CZRPath & p) { p.StripPath(); }), "\\");
     EXPECT_EQ(Edited("x", [](CZRPath & p) { p.StripPath(); }), "x");
     EXPECT_EQ(Edited("a/b", [](CZRPath & p) { p.StripPath(), p.StripPath(); }), "/b");
 
-    EXPECT_EQ(Text(CZRPath("a\\b.txt").GetFileName(true)), "b.txt");
-    EXPECT_EQ(Text(CZRPath("a\\b.txt").GetFileName(false)), "b");
-    EXPECT_EQ(Text(CZRPath("a\\b\\").GetFileName(true)), "b");
-    EXPECT_EQ(Text(CZRPath("a.b.c").GetFileName(false)), "a.b");
-    EXPECT_EQ(Text(CZRPath("a\\.cfg").GetFileName(true)), ".cfg");
-    EXPECT_EQ(Text(CZRPath("a\\.cfg").GetFileName(false)), "");
-    EXPECT_EQ(Text(CZRPath().GetFileName(true)), "");
-    EXPECT_EQ(Text(CZRPath("\\").GetFileName(true)), "");
+    // Path, name with extension, name without.
+    char const * aszNames[][3] = {
+        {"a\\b.txt", "b.txt", "b"}, {"a\\b\\", "b", "b"}, {"a.b.c", "a.b.c", "a.b"},
+        {"a\\.cfg", ".cfg", ""},    {"", "", ""},         {"\\", "", ""}};
+    for (auto const & Row : aszNames)
+    {
+        EXPECT_EQ(Text(CZRPath(Row[0]).GetFileName(true)), Row[1]) << Row[0];
+        EXPECT_EQ(Text(CZRPath(Row[0]).GetFileName(false)), Row[2]) << Row[0];
+    }
 }
 
 TEST(ZRPath, ComponentsCountAndRanges)
@@ -120,19 +120,15 @@ TEST(ZRPath, ComponentsCountAndRanges)
     for (size_t i = 0; i < sizeof(nCounts) / sizeof(nCounts[0]); ++i)
         EXPECT_EQ(CZRPath(szPaths[i]).GetNumPathComponents(), nCounts[i]) << szPaths[i];
 
-    CZRPath const Abc("a\\b\\c");
-    EXPECT_EQ(Text(Abc.GetComponent(0, 1)), "a");
-    EXPECT_EQ(Text(Abc.GetComponent(1, 1)), "b");
-    EXPECT_EQ(Text(Abc.GetComponent(2, 1)), "c");
-    EXPECT_EQ(Text(Abc.GetComponent(0, 2)), "a\\b");
-    EXPECT_EQ(Text(Abc.GetComponent(1, 5)), "b\\c");
-    EXPECT_EQ(Text(Abc.GetComponent(1, 0)), "");
-    EXPECT_EQ(Text(CZRPath("\\a\\b").GetComponent(0, 1)), "a");
-    EXPECT_EQ(Text(CZRPath("a\\b\\").GetComponent(1, 1)), "b");
-    EXPECT_EQ(Text(CZRPath("a\\b\\").GetComponent(1, 2)), "b\\");
-    EXPECT_EQ(Text(CZRPath("a\\b").GetComponent(5, 1)), "a\\b");
-    EXPECT_EQ(Text(CZRPath("a\\\\b").GetComponent(1, 1)), "");
-    EXPECT_EQ(Text(CZRPath().GetComponent(0, 1)), "");
+    std::tuple<char const *, int, int, char const *> const aRanges[] = {
+        {"a\\b\\c", 0, 1, "a"},    {"a\\b\\c", 1, 1, "b"},    {"a\\b\\c", 2, 1, "c"},
+        {"a\\b\\c", 0, 2, "a\\b"}, {"a\\b\\c", 1, 5, "b\\c"}, {"a\\b\\c", 1, 0, ""},
+        {"\\a\\b", 0, 1, "a"},     {"a\\b\\", 1, 1, "b"},     {"a\\b\\", 1, 2, "b\\"},
+        {"a\\b", 5, 1, "a\\b"},    {"a\\\\b", 1, 1, ""},      {"", 0, 1, ""}};
+    for (auto const & Row : aRanges)
+        EXPECT_EQ(Text(CZRPath(std::get<0>(Row)).GetComponent(std::get<1>(Row), std::get<2>(Row))),
+                  std::get<3>(Row))
+            << std::get<0>(Row) << " " << std::get<1>(Row) << "+" << std::get<2>(Row);
 }
 
 TEST(ZRPath, SameBelowAbove)
