@@ -243,11 +243,17 @@ TEST_F(ArchiveWriter, RefusesNamesThatLeaveTheTarget)
                            : ArchiveUnit({{"ok.txt", "ok"}, {sName, "bad"}});
             m_Dir.WriteFile("evil.arc", sUnit);
             auto const pFresh = std::make_unique<CExtendedFileSystem>();
+            std::vector<sEvent> vEvents;
+            pFresh->AddCallback(RecordEvent, reinterpret_cast<unsigned long>(&vEvents));
             std::string sText;
             EXPECT_EQ(
                 ErrorCodeOf([&] { pFresh->ExtractArchive("evil.arc", "out/inner/"); }, &sText),
                 4005u);
             EXPECT_EQ(sText, "Could not create file.");
+            // The step's event comes first, as for any entry that can't be created.
+            ASSERT_FALSE(vEvents.empty());
+            EXPECT_EQ(vEvents.back().nCode,
+                      bDirectory ? XFS_NOTIFY_MAKEDIR : XFS_NOTIFY_EXTRACTFILE);
             fs::current_path(m_Dir.Path());
             EXPECT_EQ(TreeOf("out"),
                       (std::map<std::string, std::string>{
@@ -277,6 +283,8 @@ TEST_F(ArchiveWriter, ErrorCodesOfCreation)
     fs::resize_file("big/huge.bin", 0x100000000ull);
     EXPECT_EQ(ErrorCodeOf([&] { Xfs().CreateArchive("big.arc", "./big"); }, &sText), 4006u);
     EXPECT_EQ(sText, "Error reading from file.");
+    // The error leaves the current directory where the walk was.
+    EXPECT_EQ(Cwd(), m_Dir / "big");
     fs::current_path(m_Dir.Path());
     // What was written reaches the disk: the unfinished unit reads as an empty archive.
     EXPECT_EQ(m_Dir.ReadFile("big.arc"), ArchiveHeader(0, 0, 0));
