@@ -106,9 +106,11 @@ void CExtendedFileSystem::RecursiveArchiveExtract(char const * szDirectory, sArc
         std::strncat(szNewDirectory, szDirectory, PLATFORM_MAX_FNAME - 1);
         Notify(XFS_NOTIFY_MAKEDIR, reinterpret_cast<unsigned long>(szNewDirectory), 0);
     }
-    // The top directory's name, which comes from the archive's file name, is held to
-    // the rule of entry names as well.
-    if (!IsSafeName(szDirectory))
+    // The top directory's name comes from the archive's file name, not from its content:
+    // there only ".." would leave the target, while an empty name fails to be changed to
+    // and "." fills the target itself.
+    bool const bTopLevel = pArchive->m_szPath == pArchive->m_szName;
+    if (bTopLevel ? std::strcmp(szDirectory, "..") == 0 : !IsSafeName(szDirectory))
         ThrowException(4005, __LINE__, s_szSourceFile, s_szCreateError);
     // An existing directory is used as it is, and files in it are overwritten.
     PLATFORM_MakeDirectory(szDirectory);

@@ -312,6 +312,18 @@ TEST_F(ArchiveWriter, ErrorCodesOfExtraction)
     EXPECT_EQ(ErrorCodeOf([&] { Xfs().ExtractArchive("good", ""); }), 4016u);
     fs::current_path(m_Dir.Path());
     EXPECT_FALSE(fs::exists("good"));
+    // The top directory is named by the archive's file: an empty name can't be changed
+    // to, "." is the target itself, and ".." would leave it.
+    fs::copy_file("good.arc", ".arc");
+    fs::copy_file("good.arc", "..arc");
+    fs::copy_file("good.arc", "...arc");
+    EXPECT_EQ(ErrorCodeOf([&] { Xfs().ExtractArchive(".arc", "out/"); }), 4016u);
+    fs::current_path(m_Dir.Path());
+    EXPECT_TRUE(Xfs().ExtractArchive("..arc", "out/"));
+    EXPECT_EQ(m_Dir.ReadFile("out/a"), "1");
+    EXPECT_EQ(ErrorCodeOf([&] { Xfs().ExtractArchive("...arc", "out/"); }), 4005u);
+    fs::current_path(m_Dir.Path());
+    EXPECT_FALSE(fs::exists("a"));
 
     // An entry whose bytes lie beyond the archive is refused before its file is made.
     std::string sLie = ArchiveUnit({{"first", "1"}, {"past", "2"}});
