@@ -220,6 +220,8 @@ TEST_F(Arc, VerifyReportsWhatIsWrong)
     EXPECT_EQ(Text.nExit, 1);
     EXPECT_EQ(Text.sOut, "text.arc: top unit: not an archive unit (no \"ARCX\" at its start)\n"
                          "text.arc: 1 problem found\n");
+    EXPECT_EQ(Run({"extract", "text"}),
+              (sRun{1, "", "arc: text.arc is damaged (1 problem); 'arc verify' lists them\n"}));
 
     // A nested unit whose header disagrees with its entry, an entry reaching into the
     // directory, a name that would leave the target, and a newer version below.
