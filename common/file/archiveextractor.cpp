@@ -95,8 +95,6 @@ void CExtendedFileSystem::RecursiveArchiveExtract(char const * szDirectory, sArc
 {
     if (szDirectory == nullptr || pArchive == nullptr)
         return;
-    if (!IsSafeName(szDirectory))
-        ThrowException(4005, __LINE__, s_szSourceFile, s_szCreateError);
     char szSaved[PATH_BUFFER];
     if (PLATFORM_GetCurrentDirectory(szSaved, sizeof(szSaved)) == nullptr)
         ThrowException(4016, __LINE__, s_szSourceFile, s_szChangeDirectoryError);
@@ -108,6 +106,12 @@ void CExtendedFileSystem::RecursiveArchiveExtract(char const * szDirectory, sArc
         std::strncat(szNewDirectory, szDirectory, PLATFORM_MAX_FNAME - 1);
         Notify(XFS_NOTIFY_MAKEDIR, reinterpret_cast<unsigned long>(szNewDirectory), 0);
     }
+    // The top directory's name comes from the archive's file name, not from its content:
+    // there only ".." would leave the target, while an empty name fails to be changed to
+    // and "." fills the target itself.
+    bool const bTopLevel = pArchive->m_szPath == pArchive->m_szName;
+    if (bTopLevel ? std::strcmp(szDirectory, "..") == 0 : !IsSafeName(szDirectory))
+        ThrowException(4005, __LINE__, s_szSourceFile, s_szCreateError);
     // An existing directory is used as it is, and files in it are overwritten.
     PLATFORM_MakeDirectory(szDirectory);
     if (PLATFORM_ChangeDirectory(szDirectory) == -1)
@@ -132,8 +136,6 @@ void CExtendedFileSystem::RecursiveArchiveExtract(char const * szDirectory, sArc
         sArchiveEntry const & Entry = pArchive->m_pEntries[ulIndex];
         if (Entry.m_bDirectory == 0)
             continue;
-        if (!IsSafeName(Entry.m_szName))
-            ThrowException(4005, __LINE__, s_szSourceFile, s_szCreateError);
         RecursiveArchiveExtract(Entry.m_szName, RegisterArchive(pArchive, Entry.m_szName));
     }
     if (PLATFORM_ChangeDirectory(szSaved) == -1)
@@ -144,13 +146,13 @@ void CExtendedFileSystem::ExtractEntry(sArchiveInfo const * pArchive, sArchiveEn
                                        sArchiveFileEvent & Event, std::FILE *& pArchiveFile,
                                        std::uint64_t & ullArchiveLength)
 {
-    if (!IsSafeName(pEntry->m_szName))
-        ThrowException(4005, __LINE__, s_szSourceFile, s_szCreateError);
     if (HasCallbacks())
     {
         ARCHIVE_CopyTextCut(Event.m_szFileName, sizeof(Event.m_szFileName), pEntry->m_szName);
         Notify(XFS_NOTIFY_EXTRACTFILE, reinterpret_cast<unsigned long>(&Event), 0);
     }
+    if (!IsSafeName(pEntry->m_szName))
+        ThrowException(4005, __LINE__, s_szSourceFile, s_szCreateError);
     if (pArchiveFile == nullptr)
     {
         pArchiveFile = PLATFORM_OpenFile(pArchive->m_szPath, "rb");

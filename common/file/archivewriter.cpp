@@ -322,13 +322,9 @@ void CExtendedFileSystem::PackUnitFiles(std::FILE * pStream, std::uint64_t ullSt
     {
         if (bDirectory || IsArchiveItself(szName))
             continue;
-        // A hit that the counting pass didn't see has no record: it is left out, and
-        // the count mismatch is reported.
-        if (ulIndex >= vEntries.size())
-        {
-            ++ulIndex;
-            continue;
-        }
+        // A hit beyond what the counting pass saw is packed like any other, but has no
+        // record to fill; the count mismatch is reported at the end.
+        sArchiveEntry * const pEntry = ulIndex < vEntries.size() ? &vEntries[ulIndex] : nullptr;
         if (ullSize > UNIT_LIMIT)
             ThrowException(4006, __LINE__, s_szSourceFile, s_szReadError);
         if (ullPosition + ullSize > UNIT_LIMIT)
@@ -346,9 +342,11 @@ void CExtendedFileSystem::PackUnitFiles(std::FILE * pStream, std::uint64_t ullSt
         if (!bRead)
             ThrowException(4006, __LINE__, s_szSourceFile, s_szReadError);
 
-        sArchiveEntry & Entry = vEntries[ulIndex];
-        ARCHIVE_CopyTextCut(Entry.m_szName, sizeof(Entry.m_szName), szName);
-        Entry.m_ulOffset = static_cast<std::uint32_t>(ullPosition);
+        if (pEntry != nullptr)
+        {
+            ARCHIVE_CopyTextCut(pEntry->m_szName, sizeof(pEntry->m_szName), szName);
+            pEntry->m_ulOffset = static_cast<std::uint32_t>(ullPosition);
+        }
         if (HasCallbacks())
         {
             ARCHIVE_CopyTextCut(Event.m_szFileName, sizeof(Event.m_szFileName), szName);
@@ -357,7 +355,8 @@ void CExtendedFileSystem::PackUnitFiles(std::FILE * pStream, std::uint64_t ullSt
         if (ulSize > 0 && PLATFORM_WriteStream(pBuffer, ulSize, pStream) != ulSize)
             ThrowException(4007, __LINE__, s_szSourceFile, s_szWriteError);
         ullPosition += ulSize;
-        Entry.m_ulSize = ulSize;
+        if (pEntry != nullptr)
+            pEntry->m_ulSize = ulSize;
         ++ulIndex;
     }
 }
@@ -372,27 +371,30 @@ void CExtendedFileSystem::PackUnitDirectories(std::FILE * pStream, std::uint64_t
     {
         if (!bDirectory || IsDotName(szName))
             continue;
-        if (ulIndex >= vEntries.size())
-        {
-            ++ulIndex;
-            continue;
-        }
-        sArchiveEntry & Entry = vEntries[ulIndex];
-        ARCHIVE_CopyTextCut(Entry.m_szName, sizeof(Entry.m_szName), szName);
+        // As in the file pass, a subdirectory beyond the count is packed without a record.
+        sArchiveEntry * const pEntry = ulIndex < vEntries.size() ? &vEntries[ulIndex] : nullptr;
         std::uint64_t const ullOffset = StreamPosition(pStream) - ullStart;
         if (ullOffset > UNIT_LIMIT)
             ThrowException(4007, __LINE__, s_szSourceFile, s_szWriteError);
-        Entry.m_ulOffset = static_cast<std::uint32_t>(ullOffset);
+        if (pEntry != nullptr)
+        {
+            ARCHIVE_CopyTextCut(pEntry->m_szName, sizeof(pEntry->m_szName), szName);
+            pEntry->m_ulOffset = static_cast<std::uint32_t>(ullOffset);
+        }
         {
             CSavedSearch Saved(s_hFind);
-            RecursiveArchiveCreate(Entry.m_szName, pStream);
+            // The nested call copies the name before its searches overwrite it.
+            RecursiveArchiveCreate(szName, pStream);
             s_hFind = Saved.Release();
         }
         std::uint64_t const ullEnd = StreamPosition(pStream) - ullStart;
         if (ullEnd > UNIT_LIMIT)
             ThrowException(4007, __LINE__, s_szSourceFile, s_szWriteError);
-        Entry.m_ulSize = static_cast<std::uint32_t>(ullEnd - ullOffset);
-        Entry.m_bDirectory = 1;
+        if (pEntry != nullptr)
+        {
+            pEntry->m_ulSize = static_cast<std::uint32_t>(ullEnd - ullOffset);
+            pEntry->m_bDirectory = 1;
+        }
         ++ulIndex;
     }
 }

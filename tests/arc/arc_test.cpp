@@ -8,7 +8,10 @@
 #include <string>
 #include <vector>
 
+#include <fcntl.h>
+#include <pty.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include "../file/archivebuilder.h"
 #include "tempdir.h"
@@ -49,6 +52,39 @@ protected:
         int const nStatus = std::system(sCommand.c_str());
         return {WIFEXITED(nStatus) ? WEXITSTATUS(nStatus) : -1, m_Output.ReadFile("out"),
                 m_Output.ReadFile("err")};
+    }
+
+    // Runs arc in the test's directory with a terminal for stderr (stdout goes nowhere),
+    // and gives what the terminal showed, or "exit N" in front of it when arc failed.
+    std::string RunOnTerminal(std::vector<std::string> const & vArguments)
+    {
+        char const * szTools = std::getenv("COMMON_TEST_TOOLS_DIR");
+        std::string const sTool = std::string(szTools != nullptr ? szTools : "") + "/arc/arc";
+        std::vector<char *> vArgv{const_cast<char *>(sTool.c_str())};
+        for (std::string const & sArgument : vArguments)
+            vArgv.push_back(const_cast<char *>(sArgument.c_str()));
+        vArgv.push_back(nullptr);
+        int nTerminal = -1;
+        pid_t const nChild = ::forkpty(&nTerminal, nullptr, nullptr, nullptr);
+        if (nChild == 0)
+        {
+            // Only stderr stays on the terminal.
+            int const nNull = ::open("/dev/null", O_WRONLY);
+            if (nNull >= 0 && ::dup2(nNull, STDOUT_FILENO) >= 0 &&
+                ::chdir(m_Dir.Path().c_str()) == 0)
+                ::execv(sTool.c_str(), vArgv.data());
+            ::_exit(127);
+        }
+        EXPECT_GT(nChild, 0);
+        std::string sShown;
+        char aBuffer[4096];
+        for (ssize_t nRead; (nRead = ::read(nTerminal, aBuffer, sizeof(aBuffer))) > 0;)
+            sShown.append(aBuffer, static_cast<std::size_t>(nRead));
+        ::close(nTerminal);
+        int nStatus = 0;
+        ::waitpid(nChild, &nStatus, 0);
+        bool const bSuccess = WIFEXITED(nStatus) && WEXITSTATUS(nStatus) == 0;
+        return bSuccess ? sShown : "exit " + std::to_string(nStatus) + ": " + sShown;
     }
 
     void MakeTree()
@@ -184,6 +220,8 @@ TEST_F(Arc, VerifyReportsWhatIsWrong)
     EXPECT_EQ(Text.nExit, 1);
     EXPECT_EQ(Text.sOut, "text.arc: top unit: not an archive unit (no \"ARCX\" at its start)\n"
                          "text.arc: 1 problem found\n");
+    EXPECT_EQ(Run({"extract", "text"}),
+              (sRun{1, "", "arc: text.arc is damaged (1 problem); 'arc verify' lists them\n"}));
 
     // A nested unit whose header disagrees with its entry, an entry reaching into the
     // directory, a name that would leave the target, and a newer version below.
@@ -213,4 +251,15 @@ TEST_F(Arc, VerifyReportsWhatIsWrong)
     EXPECT_EQ(Run({"extract", "bad"}),
               (sRun{1, "", "arc: bad.arc is damaged (4 problems); 'arc verify' lists them\n"}));
     EXPECT_FALSE(fs::exists(m_Dir.Path() / "bad"));
+}
+
+TEST_F(Arc, ProgressBarOnlyOnATerminalWithoutQuiet)
+{
+    MakeTree();
+    std::string const sPacking = RunOnTerminal({"create", "maps", "data"});
+    EXPECT_THAT(sPacking, testing::StartsWith("\rpacking ["));
+    EXPECT_THAT(sPacking, HasSubstr("] 100% 3/3 files"));
+    EXPECT_THAT(RunOnTerminal({"extract", "maps", "data"}), HasSubstr("] 100% 3/3 files"));
+    EXPECT_EQ(RunOnTerminal({"-q", "create", "maps", "data"}), "");
+    EXPECT_EQ(RunOnTerminal({"extract", "--quiet", "maps", "data"}), "");
 }

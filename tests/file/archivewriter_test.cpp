@@ -243,11 +243,17 @@ TEST_F(ArchiveWriter, RefusesNamesThatLeaveTheTarget)
                            : ArchiveUnit({{"ok.txt", "ok"}, {sName, "bad"}});
             m_Dir.WriteFile("evil.arc", sUnit);
             auto const pFresh = std::make_unique<CExtendedFileSystem>();
+            std::vector<sEvent> vEvents;
+            pFresh->AddCallback(RecordEvent, reinterpret_cast<unsigned long>(&vEvents));
             std::string sText;
             EXPECT_EQ(
                 ErrorCodeOf([&] { pFresh->ExtractArchive("evil.arc", "out/inner/"); }, &sText),
                 4005u);
             EXPECT_EQ(sText, "Could not create file.");
+            // The step's event comes first, as for any entry that can't be created.
+            ASSERT_FALSE(vEvents.empty());
+            EXPECT_EQ(vEvents.back().nCode,
+                      bDirectory ? XFS_NOTIFY_MAKEDIR : XFS_NOTIFY_EXTRACTFILE);
             fs::current_path(m_Dir.Path());
             EXPECT_EQ(TreeOf("out"),
                       (std::map<std::string, std::string>{
@@ -277,6 +283,8 @@ TEST_F(ArchiveWriter, ErrorCodesOfCreation)
     fs::resize_file("big/huge.bin", 0x100000000ull);
     EXPECT_EQ(ErrorCodeOf([&] { Xfs().CreateArchive("big.arc", "./big"); }, &sText), 4006u);
     EXPECT_EQ(sText, "Error reading from file.");
+    // The error leaves the current directory where the walk was.
+    EXPECT_EQ(Cwd(), m_Dir / "big");
     fs::current_path(m_Dir.Path());
     // What was written reaches the disk: the unfinished unit reads as an empty archive.
     EXPECT_EQ(m_Dir.ReadFile("big.arc"), ArchiveHeader(0, 0, 0));
@@ -304,6 +312,18 @@ TEST_F(ArchiveWriter, ErrorCodesOfExtraction)
     EXPECT_EQ(ErrorCodeOf([&] { Xfs().ExtractArchive("good", ""); }), 4016u);
     fs::current_path(m_Dir.Path());
     EXPECT_FALSE(fs::exists("good"));
+    // The top directory is named by the archive's file: an empty name can't be changed
+    // to, "." is the target itself, and ".." would leave it.
+    fs::copy_file("good.arc", ".arc");
+    fs::copy_file("good.arc", "..arc");
+    fs::copy_file("good.arc", "...arc");
+    EXPECT_EQ(ErrorCodeOf([&] { Xfs().ExtractArchive(".arc", "out/"); }), 4016u);
+    fs::current_path(m_Dir.Path());
+    EXPECT_TRUE(Xfs().ExtractArchive("..arc", "out/"));
+    EXPECT_EQ(m_Dir.ReadFile("out/a"), "1");
+    EXPECT_EQ(ErrorCodeOf([&] { Xfs().ExtractArchive("...arc", "out/"); }), 4005u);
+    fs::current_path(m_Dir.Path());
+    EXPECT_FALSE(fs::exists("a"));
 
     // An entry whose bytes lie beyond the archive is refused before its file is made.
     std::string sLie = ArchiveUnit({{"first", "1"}, {"past", "2"}});
@@ -322,7 +342,8 @@ TEST_F(ArchiveWriter, ATreeThatChangesDuringTheWalk)
 {
     // Each file added removes the subdirectory "gone", so the directory pass finds one
     // subdirectory less than the counting pass: the log says so and the record stays
-    // zero. Adding a subdirectory instead finds one more than the table holds.
+    // zero. Adding a subdirectory instead finds one more than the table holds: it is
+    // packed all the same, and only its record is missing.
     m_Dir.WriteFile("tree/f", "F");
     fs::create_directory("tree/gone");
     auto const Remove = [](int nCode, unsigned long, unsigned long, unsigned long)
@@ -350,7 +371,9 @@ TEST_F(ArchiveWriter, ATreeThatChangesDuringTheWalk)
     testing::internal::CaptureStderr();
     ASSERT_TRUE(Xfs().CreateArchive("more.arc", "./tree"));
     EXPECT_THAT(testing::internal::GetCapturedStderr(), testing::HasSubstr("out of sync"));
-    EXPECT_EQ(m_Dir.ReadFile("more.arc"), ArchiveUnit({{"f", "F"}}));
+    EXPECT_EQ(m_Dir.ReadFile("more.arc"), ArchiveHeader(32 + 1 + 32 + 276, 65, 1) + "F" +
+                                              ArchiveHeader(32, 32, 0) +
+                                              ArchiveRecord("f", 32, 1, false));
 }
 
 TEST_F(ArchiveWriter, TheArchiveInsideItsOwnTreeIsLeftOut)

@@ -144,8 +144,11 @@ int CommandExtract(std::string const & sArchive, std::string const & sTarget, bo
     if (!InspectArchive(sFile, Inspection))
         return Fail("cannot open archive: " + sFile);
     if (!Inspection.vProblems.empty())
-        return Fail(sFile + " is damaged (" + std::to_string(Inspection.vProblems.size()) +
-                    " problems); 'arc verify' lists them");
+    {
+        std::size_t const nProblems = Inspection.vProblems.size();
+        return Fail(sFile + " is damaged (" + std::to_string(nProblems) +
+                    (nProblems == 1 ? " problem" : " problems") + "); 'arc verify' lists them");
+    }
     if (Inspection.vUnits.size() > UNIT_LIMIT)
         return Fail(sFile + " holds " + std::to_string(Inspection.vUnits.size()) +
                     " directories; extraction unpacks at most " + std::to_string(UNIT_LIMIT));
