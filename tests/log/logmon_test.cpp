@@ -29,55 +29,42 @@ int ExitCode(pid_t nPid)
     return WIFEXITED(nStatus) ? WEXITSTATUS(nStatus) : -1;
 }
 
-// Runs fnLog in a child process once Finish lets it; the child ends with 0 when fnLog
-// raised nothing. The wait lets a test learn the child's id before it logs.
-class CChildLogger
+// Forks a process that runs fnLog once LetLog lets it, and ends with 0 when fnLog raised
+// nothing. The wait lets a test learn its id before it logs.
+pid_t ForkLogger(std::function<void()> const & fnLog, int & nGo)
 {
-public:
-    explicit CChildLogger(std::function<void()> const & fnLog)
+    int anGo[2];
+    if (::pipe(anGo) != 0)
+        return -1;
+    pid_t const nPid = ::fork();
+    if (nPid == 0)
     {
-        int anGo[2];
-        if (::pipe(anGo) != 0)
-            return;
-        m_nPid = ::fork();
-        if (m_nPid == 0)
+        ::close(anGo[1]);
+        char cGo;
+        if (::read(anGo[0], &cGo, 1) != 1)
+            ::_exit(2);
+        try
         {
-            ::close(anGo[1]);
-            char cGo;
-            int nCode = ::read(anGo[0], &cGo, 1) == 1 ? 0 : 2;
-            try
-            {
-                if (nCode == 0)
-                    fnLog();
-            }
-            catch (...)
-            {
-                nCode = 1;
-            }
-            ::_exit(nCode);
+            fnLog();
         }
-        ::close(anGo[0]);
-        m_nGo = anGo[1];
+        catch (...)
+        {
+            ::_exit(1);
+        }
+        ::_exit(0);
     }
-    ~CChildLogger() { Finish(); }
+    ::close(anGo[0]);
+    nGo = anGo[1];
+    return nPid;
+}
 
-    pid_t Pid() const { return m_nPid; }
-    // Lets the child log and waits for it; its exit code.
-    int Finish()
-    {
-        if (m_nPid <= 0)
-            return -1;
-        EXPECT_EQ(::write(m_nGo, "g", 1), 1);
-        ::close(m_nGo);
-        int const nCode = ExitCode(m_nPid);
-        m_nPid = -1;
-        return nCode;
-    }
-
-private:
-    pid_t m_nPid = -1;
-    int m_nGo = -1;
-};
+// Lets the logger log and waits for it; its exit code.
+int LetLog(pid_t nPid, int nGo)
+{
+    EXPECT_EQ(::write(nGo, "g", 1), 1);
+    ::close(nGo);
+    return ExitCode(nPid);
+}
 
 // Runs one logmon with its stdout and stderr on pipes.
 class LogMon : public testing::Test
@@ -188,16 +175,18 @@ TEST_F(LogMon, PrintsRecordsOfAnotherProcessAndReportsMalformedOnes)
     Client.Write(&lBadLength, 4);
     Client.EndWrite();
 
-    CChildLogger Child(
+    int nGo = -1;
+    pid_t const nChild = ForkLogger(
         [&]
         {
             _ZR_Log_Fn("a.src", sLog.c_str(), "", 1, 0, LOG_MAILSLOT, 5, "%s", "first");
             _ZR_Log_Fn("b.src", "other log", "", 2, 0, LOG_MAILSLOT, 5, "%s", "filtered out");
             _ZR_Log_Fn("b.src", sLog.c_str(), "ctx", 2, 0, LOG_MAILSLOT, 3, "%s", "second | 100%d");
             _ZR_Log_Fn("c.src", sLog.c_str(), "", 0xFFFFFFFF, 0, LOG_MAILSLOT, 5, "%s", "third");
-        });
-    std::string const sPrefix = HostName() + " | " + sLog + " | " + std::to_string(Child.Pid());
-    EXPECT_EQ(Child.Finish(), 0);
+        },
+        nGo);
+    std::string const sPrefix = HostName() + " | " + sLog + " | " + std::to_string(nChild);
+    EXPECT_EQ(LetLog(nChild, nGo), 0);
 
     std::string sLine;
     ASSERT_TRUE(ReadLine(2, sLine));
@@ -211,21 +200,23 @@ TEST_F(LogMon, PrintsRecordsOfAnotherProcessAndReportsMalformedOnes)
 TEST_F(LogMon, PrintsJsonFilteredByLevelAndProcess)
 {
     std::string const sLog = "e2e-json-" + std::to_string(::getpid());
-    CChildLogger Child(
+    int nGo = -1;
+    pid_t const nChild = ForkLogger(
         [&]
         {
             _ZR_Log_Fn("a.src", sLog.c_str(), "", 1, 0, LOG_MAILSLOT, 7, "%s", "a");
             _ZR_Log_Fn("a.src", sLog.c_str(), "", 2, 0, LOG_MAILSLOT, 5, "%s", "b");
             _ZR_Log_Fn("a.src", sLog.c_str(), "q\"uote\\\x01\xE9", 3, 0, LOG_MAILSLOT, 7, "%s",
                        "c");
-        });
-    std::string const sChild = std::to_string(Child.Pid());
+        },
+        nGo);
+    std::string const sChild = std::to_string(nChild);
     Serve({"--json", "--level", "7", "--pid", sChild});
     if (IsSkipped() || HasFatalFailure())
         return;
     // This process is not the one asked for.
     _ZR_Log_Fn("a.src", sLog.c_str(), "", 9, 0, LOG_MAILSLOT, 7, "%s", "parent");
-    EXPECT_EQ(Child.Finish(), 0);
+    EXPECT_EQ(LetLog(nChild, nGo), 0);
 
     std::string const sPrefix = "{\"computer\":\"" + HostName() + "\",\"log\":\"" + sLog +
                                 "\",\"pid\":" + sChild + ",\"level\":7,\"tick\":\"";

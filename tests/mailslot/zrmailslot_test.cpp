@@ -1,10 +1,8 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
-#include <cstring>
 #include <functional>
 #include <string>
-#include <vector>
 
 #include <unistd.h>
 
@@ -44,25 +42,29 @@ std::string const s_sReadError = "5002 Could not read data to mailslot.";
 std::string const s_sWriteError = "5003 Could not write data to mailslot.";
 
 // Receives the next message on Server and returns its 400 bytes.
-std::vector<unsigned char> Receive(CZRMailSlot & Server)
+std::string Receive(CZRMailSlot & Server)
 {
     EXPECT_TRUE(Server.AreMessagesWaiting());
     Server.BeginRead();
-    std::vector<unsigned char> vBlock(CZRMailSlot::MESSAGE_SIZE);
-    Server.Read(vBlock.data(), CZRMailSlot::MESSAGE_SIZE);
+    std::string sBlock(CZRMailSlot::MESSAGE_SIZE, '\0');
+    Server.Read(&sBlock[0], CZRMailSlot::MESSAGE_SIZE);
     Server.EndRead();
-    return vBlock;
+    return sBlock;
 }
 
-std::int32_t LengthAt(std::vector<unsigned char> const & vBlock, std::size_t nOffset)
+// The 4 bytes of a length on the wire.
+std::string Length(std::int32_t lLength)
 {
-    std::int32_t lLength;
-    std::memcpy(&lLength, vBlock.data() + nOffset, 4);
-    return lLength;
+    return std::string(reinterpret_cast<char const *>(&lLength), 4);
 }
 
-// A server and a client of one slot. Each test runs in a process of its own, so the
-// name, unique per process, is free.
+// sStart, then zero bytes up to a whole block.
+std::string Block(std::string const & sStart)
+{
+    return sStart + std::string(CZRMailSlot::MESSAGE_SIZE - sStart.size(), '\0');
+}
+
+// A server and a client of one slot.
 class ZRMailSlotPair : public testing::Test
 {
 protected:
@@ -119,39 +121,39 @@ TEST(ZRMailSlot, OpenFailsWithoutServerOnMalformedNamesAndForASecondServer)
 
 TEST_F(ZRMailSlotPair, BlockTakesExactlyFourHundredBytes)
 {
-    std::vector<unsigned char> vBytes(401);
-    for (std::size_t i = 0; i < vBytes.size(); ++i)
-        vBytes[i] = static_cast<unsigned char>(i % 251 + 1);
+    std::string sBytes(401, '\0');
+    for (std::size_t i = 0; i < sBytes.size(); ++i)
+        sBytes[i] = static_cast<char>(i % 251 + 1);
 
     m_Client.BeginWrite();
-    EXPECT_TRUE(m_Client.Write(vBytes.data(), 399));
+    EXPECT_TRUE(m_Client.Write(sBytes.data(), 399));
     // Two more do not fit: the block and the cursor stay, so one more byte still does.
-    EXPECT_EQ(ErrorOf([&] { m_Client.Write(vBytes.data() + 399, 2); }), s_sWriteError);
-    EXPECT_TRUE(m_Client.Write(vBytes.data() + 399, 1));
-    EXPECT_EQ(ErrorOf([&] { m_Client.Write(vBytes.data() + 400, 1); }), s_sWriteError);
-    EXPECT_EQ(ErrorOf([&] { m_Client.Write(vBytes.data(), 0xFFFFFFFF); }), s_sWriteError);
+    EXPECT_EQ(ErrorOf([&] { m_Client.Write(sBytes.data() + 399, 2); }), s_sWriteError);
+    EXPECT_TRUE(m_Client.Write(sBytes.data() + 399, 1));
+    EXPECT_EQ(ErrorOf([&] { m_Client.Write(sBytes.data() + 400, 1); }), s_sWriteError);
+    EXPECT_EQ(ErrorOf([&] { m_Client.Write(sBytes.data(), 0xFFFFFFFF); }), s_sWriteError);
     m_Client.EndWrite();
     EXPECT_EQ(m_Server.GetMessageSize(), 400u);
-    EXPECT_EQ(Receive(m_Server), std::vector<unsigned char>(vBytes.begin(), vBytes.begin() + 400));
+    EXPECT_EQ(Receive(m_Server), sBytes.substr(0, 400));
 
     // An empty bracket sends 400 zero bytes.
     m_Client.BeginWrite();
     m_Client.EndWrite();
-    EXPECT_EQ(Receive(m_Server), std::vector<unsigned char>(400, 0));
+    EXPECT_EQ(Receive(m_Server), Block(""));
     EXPECT_EQ(m_Client.GetTotalBytesWritten(), 800u);
     EXPECT_EQ(m_Server.GetTotalBytesRead(), 800u);
 
     // Reading follows the same limits, and a failed read leaves the cursor.
     m_Client.BeginWrite();
-    m_Client.Write(vBytes.data(), 400);
+    m_Client.Write(sBytes.data(), 400);
     m_Client.EndWrite();
     m_Server.BeginRead();
-    unsigned char aBuffer[400];
-    EXPECT_TRUE(m_Server.Read(aBuffer, 398));
-    EXPECT_EQ(ErrorOf([&] { m_Server.Read(aBuffer, 3); }), s_sReadError);
-    EXPECT_TRUE(m_Server.Read(aBuffer, 2));
-    EXPECT_EQ(aBuffer[1], vBytes[399]);
-    EXPECT_EQ(ErrorOf([&] { m_Server.Read(aBuffer, 1); }), s_sReadError);
+    char achBuffer[400];
+    EXPECT_TRUE(m_Server.Read(achBuffer, 398));
+    EXPECT_EQ(ErrorOf([&] { m_Server.Read(achBuffer, 3); }), s_sReadError);
+    EXPECT_TRUE(m_Server.Read(achBuffer, 2));
+    EXPECT_EQ(achBuffer[1], sBytes[399]);
+    EXPECT_EQ(ErrorOf([&] { m_Server.Read(achBuffer, 1); }), s_sReadError);
 }
 
 TEST_F(ZRMailSlotPair, CountedStringsFillTheBlockAndComeBack)
@@ -162,11 +164,7 @@ TEST_F(ZRMailSlotPair, CountedStringsFillTheBlockAndComeBack)
     EXPECT_TRUE(m_Client.Write(CZRString('a', 392)));
     EXPECT_EQ(ErrorOf([&] { m_Client.Write(CZRString()); }), s_sWriteError);
     m_Client.EndWrite();
-    std::vector<unsigned char> vBlock = Receive(m_Server);
-    EXPECT_EQ(LengthAt(vBlock, 0), 0);
-    EXPECT_EQ(LengthAt(vBlock, 4), 392);
-    EXPECT_EQ(std::vector<unsigned char>(vBlock.begin() + 8, vBlock.end()),
-              std::vector<unsigned char>(392, 'a'));
+    EXPECT_EQ(Receive(m_Server), Length(0) + Length(392) + std::string(392, 'a'));
 
     // 396 bytes of text fill an empty block; of 397 only the length goes in.
     m_Client.BeginWrite();
@@ -174,10 +172,7 @@ TEST_F(ZRMailSlotPair, CountedStringsFillTheBlockAndComeBack)
     m_Client.BeginWrite();
     EXPECT_EQ(ErrorOf([&] { m_Client.Write(CZRString('c', 397)); }), s_sWriteError);
     m_Client.EndWrite();
-    vBlock = Receive(m_Server);
-    EXPECT_EQ(LengthAt(vBlock, 0), 397);
-    EXPECT_EQ(std::vector<unsigned char>(vBlock.begin() + 4, vBlock.end()),
-              std::vector<unsigned char>(396, 0));
+    EXPECT_EQ(Receive(m_Server), Block(Length(397)));
 
     // Strings and raw values come back in order; the zero bytes behind read as empty
     // strings that leave the target alone.
