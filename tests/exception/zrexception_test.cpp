@@ -6,8 +6,16 @@
 
 namespace
 {
+// "class code line file text" of an exception.
+std::string Fields(CZRException const & Error)
+{
+    return std::to_string(Error.GetErrorClass()) + " " + std::to_string(Error.GetErrorCode()) +
+           " " + std::to_string(Error.GetLine()) + " " + Error.GetFileName() + " " +
+           Error.GetErrorString();
+}
+
 template <typename TException>
-void ExpectCaughtAsBase(eErrorClass eExpectedClass)
+std::string CaughtAsBase()
 {
     try
     {
@@ -15,24 +23,20 @@ void ExpectCaughtAsBase(eErrorClass eExpectedClass)
     }
     catch (CZRException const & Error)
     {
-        EXPECT_EQ(Error.GetErrorClass(), eExpectedClass);
-        EXPECT_EQ(Error.GetErrorCode(), 4242u);
-        EXPECT_EQ(Error.GetLine(), 17u);
-        EXPECT_STREQ(Error.GetFileName(), "common/file/somewhere");
-        EXPECT_STREQ(Error.GetErrorString(), "Something failed.");
-        return;
+        return Fields(Error);
     }
-    ADD_FAILURE() << "not caught as CZRException";
+    return "nothing thrown";
 }
 } // namespace
 
 TEST(ZRException, EachClassCarriesItsErrorClassAndIsCaughtByTheBase)
 {
-    ExpectCaughtAsBase<CXfsException>(ERRORCLASS_FILE);
-    ExpectCaughtAsBase<CFileIOException>(ERRORCLASS_FILE);
-    ExpectCaughtAsBase<CMemFileIOException>(ERRORCLASS_FILE);
-    ExpectCaughtAsBase<CMailSlotException>(ERRORCLASS_MAILSLOT);
-    ExpectCaughtAsBase<CZRParamsException>(ERRORCLASS_FILE);
+    std::string const sRest = " 4242 17 common/file/somewhere Something failed.";
+    EXPECT_EQ(CaughtAsBase<CXfsException>(), "9" + sRest);
+    EXPECT_EQ(CaughtAsBase<CFileIOException>(), "9" + sRest);
+    EXPECT_EQ(CaughtAsBase<CMemFileIOException>(), "9" + sRest);
+    EXPECT_EQ(CaughtAsBase<CZRParamsException>(), "9" + sRest);
+    EXPECT_EQ(CaughtAsBase<CMailSlotException>(), "10" + sRest);
     EXPECT_EQ(ERRORCLASS_FILE, 9);
     EXPECT_EQ(ERRORCLASS_MAILSLOT, 10);
 }
@@ -43,20 +47,12 @@ TEST(ZRException, NullTextIsEmptyAndCopiesAreEqual)
     ASSERT_NE(Original.GetErrorString(), nullptr);
     EXPECT_STREQ(Original.GetErrorString(), "");
 
-    CMailSlotException Assigned(1, 1, "x", "y");
     CMailSlotException const Source(5003, 99, "common/mailslot/zrmailslot",
                                     "Could not write data to mailslot.");
-    CMailSlotException const Copy(Source);
+    CMailSlotException Assigned(1, 1, "x", "y");
     Assigned = Source;
-    for (CZRException const * pError :
-         {static_cast<CZRException const *>(&Copy), static_cast<CZRException const *>(&Assigned)})
-    {
-        EXPECT_EQ(pError->GetErrorClass(), Source.GetErrorClass());
-        EXPECT_EQ(pError->GetErrorCode(), Source.GetErrorCode());
-        EXPECT_EQ(pError->GetLine(), Source.GetLine());
-        EXPECT_STREQ(pError->GetFileName(), Source.GetFileName());
-        EXPECT_STREQ(pError->GetErrorString(), Source.GetErrorString());
-    }
+    EXPECT_EQ(Fields(CMailSlotException(Source)), Fields(Source));
+    EXPECT_EQ(Fields(Assigned), Fields(Source));
 }
 
 TEST(ZRException, TextsAreCutTo255BytesAndTerminated)
@@ -66,7 +62,6 @@ TEST(ZRException, TextsAreCutTo255BytesAndTerminated)
     CFileIOException const Exact(4500, 1, s255.c_str(), s255.c_str());
     EXPECT_EQ(std::string(Exact.GetFileName()), s255);
     EXPECT_EQ(std::string(Exact.GetErrorString()), s255);
-
     CFileIOException const Long(4501, 2, s300.c_str(), s300.c_str());
     EXPECT_EQ(std::string(Long.GetFileName()), std::string(255, 'b'));
     EXPECT_EQ(std::string(Long.GetErrorString()), std::string(255, 'b'));

@@ -1,10 +1,8 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
-#include <cstring>
 #include <functional>
 #include <string>
-#include <vector>
 
 #include <unistd.h>
 
@@ -44,22 +42,41 @@ std::string const s_sReadError = "5002 Could not read data to mailslot.";
 std::string const s_sWriteError = "5003 Could not write data to mailslot.";
 
 // Receives the next message on Server and returns its 400 bytes.
-std::vector<unsigned char> Receive(CZRMailSlot & Server)
+std::string Receive(CZRMailSlot & Server)
 {
     EXPECT_TRUE(Server.AreMessagesWaiting());
     Server.BeginRead();
-    std::vector<unsigned char> vBlock(CZRMailSlot::MESSAGE_SIZE);
-    Server.Read(vBlock.data(), CZRMailSlot::MESSAGE_SIZE);
+    std::string sBlock(CZRMailSlot::MESSAGE_SIZE, '\0');
+    Server.Read(&sBlock[0], CZRMailSlot::MESSAGE_SIZE);
     Server.EndRead();
-    return vBlock;
+    return sBlock;
 }
 
-std::int32_t LengthAt(std::vector<unsigned char> const & vBlock, std::size_t nOffset)
+// The 4 bytes of a length on the wire.
+std::string Length(std::int32_t lLength)
 {
-    std::int32_t lLength;
-    std::memcpy(&lLength, vBlock.data() + nOffset, 4);
-    return lLength;
+    return std::string(reinterpret_cast<char const *>(&lLength), 4);
 }
+
+// sStart, then zero bytes up to a whole block.
+std::string Block(std::string const & sStart)
+{
+    return sStart + std::string(CZRMailSlot::MESSAGE_SIZE - sStart.size(), '\0');
+}
+
+// A server and a client of one slot.
+class ZRMailSlotPair : public testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        m_Server.Open(SlotName('.', "pair").c_str(), true);
+        m_Client.Open(SlotName('.', "pair").c_str(), false);
+    }
+
+    CZRMailSlot m_Server;
+    CZRMailSlot m_Client;
+};
 } // namespace
 
 TEST(ZRMailSlot, ClosedObjectRefusesBlocksAndQueriesGiveNothing)
@@ -102,133 +119,97 @@ TEST(ZRMailSlot, OpenFailsWithoutServerOnMalformedNamesAndForASecondServer)
     EXPECT_TRUE(Client.IsOpened());
 }
 
-TEST(ZRMailSlot, BlockTakesExactlyFourHundredBytes)
+TEST_F(ZRMailSlotPair, BlockTakesExactlyFourHundredBytes)
 {
-    std::string const sName = SlotName('.', "limits");
-    CZRMailSlot Server;
-    Server.Open(sName.c_str(), true);
-    CZRMailSlot Client;
-    Client.Open(sName.c_str(), false);
+    std::string sBytes(401, '\0');
+    for (std::size_t i = 0; i < sBytes.size(); ++i)
+        sBytes[i] = static_cast<char>(i % 251 + 1);
 
-    std::vector<unsigned char> vBytes(401);
-    for (std::size_t i = 0; i < vBytes.size(); ++i)
-        vBytes[i] = static_cast<unsigned char>(i % 251 + 1);
-
-    Client.BeginWrite();
-    EXPECT_TRUE(Client.Write(vBytes.data(), 399));
+    m_Client.BeginWrite();
+    EXPECT_TRUE(m_Client.Write(sBytes.data(), 399));
     // Two more do not fit: the block and the cursor stay, so one more byte still does.
-    EXPECT_EQ(ErrorOf([&] { Client.Write(vBytes.data() + 399, 2); }), s_sWriteError);
-    EXPECT_TRUE(Client.Write(vBytes.data() + 399, 1));
-    EXPECT_EQ(ErrorOf([&] { Client.Write(vBytes.data() + 400, 1); }), s_sWriteError);
-    EXPECT_EQ(ErrorOf([&] { Client.Write(vBytes.data(), 0xFFFFFFFF); }), s_sWriteError);
-    Client.EndWrite();
-    EXPECT_EQ(Client.GetTotalBytesWritten(), 400u);
-
-    EXPECT_EQ(Server.GetMessageSize(), 400u);
-    EXPECT_EQ(Receive(Server), std::vector<unsigned char>(vBytes.begin(), vBytes.begin() + 400));
-    EXPECT_EQ(Server.GetTotalBytesRead(), 400u);
+    EXPECT_EQ(ErrorOf([&] { m_Client.Write(sBytes.data() + 399, 2); }), s_sWriteError);
+    EXPECT_TRUE(m_Client.Write(sBytes.data() + 399, 1));
+    EXPECT_EQ(ErrorOf([&] { m_Client.Write(sBytes.data() + 400, 1); }), s_sWriteError);
+    EXPECT_EQ(ErrorOf([&] { m_Client.Write(sBytes.data(), 0xFFFFFFFF); }), s_sWriteError);
+    m_Client.EndWrite();
+    EXPECT_EQ(m_Server.GetMessageSize(), 400u);
+    EXPECT_EQ(Receive(m_Server), sBytes.substr(0, 400));
 
     // An empty bracket sends 400 zero bytes.
-    Client.BeginWrite();
-    Client.EndWrite();
-    EXPECT_EQ(Client.GetTotalBytesWritten(), 800u);
-    EXPECT_EQ(Receive(Server), std::vector<unsigned char>(400, 0));
+    m_Client.BeginWrite();
+    m_Client.EndWrite();
+    EXPECT_EQ(Receive(m_Server), Block(""));
+    EXPECT_EQ(m_Client.GetTotalBytesWritten(), 800u);
+    EXPECT_EQ(m_Server.GetTotalBytesRead(), 800u);
 
     // Reading follows the same limits, and a failed read leaves the cursor.
-    Client.BeginWrite();
-    Client.Write(vBytes.data(), 400);
-    Client.EndWrite();
-    Server.BeginRead();
-    unsigned char aBuffer[400];
-    EXPECT_TRUE(Server.Read(aBuffer, 398));
-    EXPECT_EQ(ErrorOf([&] { Server.Read(aBuffer, 3); }), s_sReadError);
-    EXPECT_TRUE(Server.Read(aBuffer, 2));
-    EXPECT_EQ(aBuffer[1], vBytes[399]);
-    EXPECT_EQ(ErrorOf([&] { Server.Read(aBuffer, 1); }), s_sReadError);
+    m_Client.BeginWrite();
+    m_Client.Write(sBytes.data(), 400);
+    m_Client.EndWrite();
+    m_Server.BeginRead();
+    char achBuffer[400];
+    EXPECT_TRUE(m_Server.Read(achBuffer, 398));
+    EXPECT_EQ(ErrorOf([&] { m_Server.Read(achBuffer, 3); }), s_sReadError);
+    EXPECT_TRUE(m_Server.Read(achBuffer, 2));
+    EXPECT_EQ(achBuffer[1], sBytes[399]);
+    EXPECT_EQ(ErrorOf([&] { m_Server.Read(achBuffer, 1); }), s_sReadError);
 }
 
-TEST(ZRMailSlot, CountedStringsFillTheBlockAndComeBack)
+TEST_F(ZRMailSlotPair, CountedStringsFillTheBlockAndComeBack)
 {
-    std::string const sName = SlotName('.', "strings");
-    CZRMailSlot Server;
-    Server.Open(sName.c_str(), true);
-    CZRMailSlot Client;
-    Client.Open(sName.c_str(), false);
-
     // An empty string takes its 4 length bytes; then 392 bytes of text fit exactly.
-    Client.BeginWrite();
-    EXPECT_TRUE(Client.Write(CZRString("")));
-    EXPECT_TRUE(Client.Write(CZRString('a', 392)));
-    EXPECT_EQ(ErrorOf([&] { Client.Write(CZRString()); }), s_sWriteError);
-    Client.EndWrite();
-    std::vector<unsigned char> vBlock = Receive(Server);
-    EXPECT_EQ(LengthAt(vBlock, 0), 0);
-    EXPECT_EQ(LengthAt(vBlock, 4), 392);
-    EXPECT_EQ(vBlock[8], 'a');
-    EXPECT_EQ(vBlock[399], 'a');
+    m_Client.BeginWrite();
+    EXPECT_TRUE(m_Client.Write(CZRString("")));
+    EXPECT_TRUE(m_Client.Write(CZRString('a', 392)));
+    EXPECT_EQ(ErrorOf([&] { m_Client.Write(CZRString()); }), s_sWriteError);
+    m_Client.EndWrite();
+    EXPECT_EQ(Receive(m_Server), Length(0) + Length(392) + std::string(392, 'a'));
 
     // 396 bytes of text fill an empty block; of 397 only the length goes in.
-    Client.BeginWrite();
-    EXPECT_TRUE(Client.Write(CZRString('b', 396)));
-    Client.BeginWrite();
-    EXPECT_EQ(ErrorOf([&] { Client.Write(CZRString('c', 397)); }), s_sWriteError);
-    Client.EndWrite();
-    vBlock = Receive(Server);
-    EXPECT_EQ(LengthAt(vBlock, 0), 397);
-    EXPECT_EQ(std::vector<unsigned char>(vBlock.begin() + 4, vBlock.end()),
-              std::vector<unsigned char>(396, 0));
+    m_Client.BeginWrite();
+    EXPECT_TRUE(m_Client.Write(CZRString('b', 396)));
+    m_Client.BeginWrite();
+    EXPECT_EQ(ErrorOf([&] { m_Client.Write(CZRString('c', 397)); }), s_sWriteError);
+    m_Client.EndWrite();
+    EXPECT_EQ(Receive(m_Server), Block(Length(397)));
 
-    // A round trip of strings and raw values in order.
-    Client.BeginWrite();
+    // Strings and raw values come back in order; the zero bytes behind read as empty
+    // strings that leave the target alone.
+    m_Client.BeginWrite();
     std::uint32_t const ulNumber = 0xA1B2C3D4;
-    Client.Write(CZRString("first"));
-    Client.Write(&ulNumber, 4);
-    Client.Write(CZRString("a|b\r\n"));
-    Client.EndWrite();
-    Server.BeginRead();
+    m_Client.Write(CZRString("first"));
+    m_Client.Write(&ulNumber, 4);
+    m_Client.Write(CZRString("a|b\r\n"));
+    m_Client.EndWrite();
+    m_Server.BeginRead();
     CZRString sFirst;
     CZRString sSecond("before");
+    CZRString sKept("kept");
     std::uint32_t ulRead = 0;
-    EXPECT_TRUE(Server.Read(sFirst));
-    EXPECT_TRUE(Server.Read(&ulRead, 4));
-    EXPECT_TRUE(Server.Read(sSecond));
+    EXPECT_TRUE(m_Server.Read(sFirst));
+    EXPECT_TRUE(m_Server.Read(&ulRead, 4));
+    EXPECT_TRUE(m_Server.Read(sSecond));
+    EXPECT_TRUE(m_Server.Read(sKept));
     EXPECT_STREQ(sFirst.GetString(), "first");
     EXPECT_EQ(ulRead, ulNumber);
     EXPECT_STREQ(sSecond.GetString(), "a|b\r\n");
-    // The zero bytes behind read as empty strings that leave the target alone.
-    CZRString sKept("kept");
-    EXPECT_TRUE(Server.Read(sKept));
     EXPECT_STREQ(sKept.GetString(), "kept");
-    Server.EndRead();
 }
 
-TEST(ZRMailSlot, LengthsFromTheWireThatRunPastTheBlockRaise5002)
+TEST_F(ZRMailSlotPair, LengthsFromTheWireThatRunPastTheBlockRaise5002)
 {
-    std::string const sName = SlotName('.', "badlength");
-    CZRMailSlot Server;
-    Server.Open(sName.c_str(), true);
-    CZRMailSlot Client;
-    Client.Open(sName.c_str(), false);
-
-    for (std::int32_t const lLength : {397, 0x7FFFFFFF})
-    {
-        Client.BeginWrite();
-        Client.Write(&lLength, 4);
-        Client.EndWrite();
-        Server.BeginRead();
-        CZRString sText("old");
-        EXPECT_EQ(ErrorOf([&] { Server.Read(sText); }), s_sReadError) << lLength;
-        EXPECT_STREQ(sText.GetString(), "old");
-    }
     // 396 is the longest text after one length.
-    std::int32_t const lFits = 396;
-    Client.BeginWrite();
-    Client.Write(&lFits, 4);
-    Client.EndWrite();
-    Server.BeginRead();
-    CZRString sText;
-    EXPECT_TRUE(Server.Read(sText));
-    EXPECT_EQ(sText.GetLength(), 396);
+    for (std::int32_t const lLength : {397, 0x7FFFFFFF, 396})
+    {
+        m_Client.BeginWrite();
+        m_Client.Write(&lLength, 4);
+        m_Client.EndWrite();
+        m_Server.BeginRead();
+        CZRString sText("old");
+        EXPECT_EQ(ErrorOf([&] { m_Server.Read(sText); }), lLength == 396 ? "" : s_sReadError);
+        EXPECT_EQ(sText.GetLength(), lLength == 396 ? 396 : 3) << lLength;
+    }
 }
 
 TEST(ZRMailSlot, EachSideResetsOnlyItsOwnCounter)
@@ -241,7 +222,6 @@ TEST(ZRMailSlot, EachSideResetsOnlyItsOwnCounter)
     Sender.BeginWrite();
     Sender.EndWrite();
     Slot.BeginRead();
-    EXPECT_EQ(Slot.GetTotalBytesRead(), 400u);
     EXPECT_TRUE(Slot.Close());
     EXPECT_FALSE(Slot.Close());
     EXPECT_EQ(Slot.GetTotalBytesRead(), 400u);
@@ -262,39 +242,33 @@ TEST(ZRMailSlot, EachSideResetsOnlyItsOwnCounter)
     EXPECT_EQ(Slot.GetTotalBytesWritten(), 0u);
 }
 
-TEST(ZRMailSlot, QueriesWaitAndEmptyReadsOnTheServerSide)
+TEST_F(ZRMailSlotPair, QueriesWaitAndEmptyReadsOnTheServerSide)
 {
-    std::string const sName = SlotName('.', "queries");
-    CZRMailSlot Server;
-    Server.Open(sName.c_str(), true);
-    CZRMailSlot Client;
-    Client.Open(sName.c_str(), false);
-
-    EXPECT_FALSE(Server.AreMessagesWaiting());
-    EXPECT_FALSE(Server.WaitForMessage(0));
-    EXPECT_EQ(Server.GetMessageSize(), 0xFFFFFFFFu);
-    EXPECT_EQ(Server.GetMaxMessageSize(), 65536u);
-    EXPECT_EQ(Client.GetMaxMessageSize(), 0u);
-    EXPECT_EQ(Client.GetMessageSize(), 0u);
+    EXPECT_FALSE(m_Server.AreMessagesWaiting());
+    EXPECT_FALSE(m_Server.WaitForMessage(0));
+    EXPECT_EQ(m_Server.GetMessageSize(), 0xFFFFFFFFu);
+    EXPECT_EQ(m_Server.GetMaxMessageSize(), 65536u);
+    EXPECT_EQ(m_Client.GetMaxMessageSize(), 0u);
+    EXPECT_EQ(m_Client.GetMessageSize(), 0u);
 
     // A read with nothing waiting gives a zero block and counts nothing.
-    Server.BeginRead();
-    EXPECT_EQ(Server.GetTotalBytesRead(), 0u);
+    m_Server.BeginRead();
+    EXPECT_EQ(m_Server.GetTotalBytesRead(), 0u);
     std::int32_t lFirst = -1;
-    Server.Read(&lFirst, 4);
+    m_Server.Read(&lFirst, 4);
     EXPECT_EQ(lFirst, 0);
 
-    Client.BeginWrite();
-    Client.EndWrite();
-    EXPECT_TRUE(Server.WaitForMessage(0));
-    EXPECT_TRUE(Server.AreMessagesWaiting());
-    EXPECT_FALSE(Client.AreMessagesWaiting());
-    EXPECT_FALSE(Client.WaitForMessage(0));
-    Server.BeginRead();
-    EXPECT_FALSE(Server.AreMessagesWaiting());
+    m_Client.BeginWrite();
+    m_Client.EndWrite();
+    EXPECT_TRUE(m_Server.WaitForMessage(0));
+    EXPECT_TRUE(m_Server.AreMessagesWaiting());
+    EXPECT_FALSE(m_Client.AreMessagesWaiting());
+    EXPECT_FALSE(m_Client.WaitForMessage(0));
+    m_Server.BeginRead();
+    EXPECT_FALSE(m_Server.AreMessagesWaiting());
 }
 
-TEST(ZRMailSlot, BroadcastAndLocalNamesMeetAtOneCaseBlindEndpoint)
+TEST_F(ZRMailSlotPair, BroadcastAndLocalNamesMeetAtOneCaseBlindEndpoint)
 {
     CZRMailSlot Nobody;
     EXPECT_TRUE(Nobody.Open(SlotName('*', "unheard").c_str(), false));
@@ -302,31 +276,21 @@ TEST(ZRMailSlot, BroadcastAndLocalNamesMeetAtOneCaseBlindEndpoint)
     Nobody.EndWrite();
     EXPECT_EQ(Nobody.GetTotalBytesWritten(), 400u);
 
-    CZRMailSlot Server;
-    Server.Open(SlotName('.', "shared").c_str(), true);
-    std::string sUpper = SlotName('*', "SHARED");
+    std::string sUpper = SlotName('*', "PAIR");
     sUpper.replace(4, 8, "MailSlot");
     CZRMailSlot Broadcast;
     Broadcast.Open(sUpper.c_str(), false);
     Broadcast.BeginWrite();
     Broadcast.Write(CZRString("heard"));
     Broadcast.EndWrite();
-    Server.BeginRead();
+    m_Server.BeginRead();
     CZRString sText;
-    Server.Read(sText);
+    m_Server.Read(sText);
     EXPECT_STREQ(sText.GetString(), "heard");
 }
 
-TEST(ZRMailSlot, SendsNeverBlockOnAFullQueue)
+TEST_F(ZRMailSlotPair, SendsNeverBlockOnAFullQueue)
 {
-    std::string const sName = SlotName('.', "full");
-    CZRMailSlot Server;
-    Server.Open(sName.c_str(), true);
-    CZRMailSlot Direct;
-    Direct.Open(sName.c_str(), false);
-    CZRMailSlot Broadcast;
-    Broadcast.Open(SlotName('*', "full").c_str(), false);
-
     // The system bounds the queue (net.unix.max_dgram_qlen messages, 10 by default).
     std::string sError;
     int nSent = 0;
@@ -334,21 +298,23 @@ TEST(ZRMailSlot, SendsNeverBlockOnAFullQueue)
         sError = ErrorOf(
             [&]
             {
-                Direct.BeginWrite();
-                Direct.EndWrite();
+                m_Client.BeginWrite();
+                m_Client.EndWrite();
             });
     EXPECT_EQ(sError, s_sWriteError);
-    EXPECT_EQ(Direct.GetTotalBytesWritten(), 400u * static_cast<std::uint32_t>(nSent - 1));
+    EXPECT_EQ(m_Client.GetTotalBytesWritten(), 400u * static_cast<std::uint32_t>(nSent - 1));
 
     // The broadcast that the full queue cannot take is lost and counts as sent.
+    CZRMailSlot Broadcast;
+    Broadcast.Open(SlotName('*', "pair").c_str(), false);
     Broadcast.BeginWrite();
     EXPECT_EQ(ErrorOf([&] { Broadcast.EndWrite(); }), "");
     EXPECT_EQ(Broadcast.GetTotalBytesWritten(), 400u);
 
     // Once the server has read, the direct client gets through again.
-    Server.BeginRead();
-    Direct.BeginWrite();
-    EXPECT_EQ(ErrorOf([&] { Direct.EndWrite(); }), "");
+    m_Server.BeginRead();
+    m_Client.BeginWrite();
+    EXPECT_EQ(ErrorOf([&] { m_Client.EndWrite(); }), "");
 }
 
 TEST(ZRMailSlot, DirectClientFailsOnceItsServerIsGone)

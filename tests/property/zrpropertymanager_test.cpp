@@ -67,18 +67,14 @@ TEST(ZRPropertyManager, NamesAreSetFoundAndRemoved)
     EXPECT_FALSE(Manager.HasProperty(CZRString("NAME")));
     Manager.RemoveProperty("empty");
     Manager.RemoveProperty("never there");
-    EXPECT_FALSE(Manager.HasProperty("empty"));
-    EXPECT_EQ(Manager.GetPropertyCount(), 2);
-    Manager.RemoveAllProperties();
-    EXPECT_EQ(Manager.GetPropertyCount(), 0);
+    EXPECT_EQ(Names(Manager), (std::vector<std::string>{"Name", "name"}));
 }
 
 TEST(ZRPropertyManager, MissesGiveTheStandByAndOnlyOperatorIndexInserts)
 {
     CZRPropertyManager Manager;
     Manager.SetProperty("hit", CZRProperty(3));
-    CZRProperty & Hit = Manager.FindProperty(CZRString("hit"));
-    Hit = 4;
+    Manager.FindProperty(CZRString("hit")) = 4;
     EXPECT_EQ(Manager.FindProperty(CZRString("hit")).GetInt(), 4) << "a hit is the stored value";
 
     CZRProperty & Miss = Manager.FindProperty(CZRString("miss"));
@@ -86,22 +82,19 @@ TEST(ZRPropertyManager, MissesGiveTheStandByAndOnlyOperatorIndexInserts)
     Miss = 5;
     EXPECT_FALSE(Manager.HasProperty("miss")) << "assigning to the stand-by stores nothing";
     CZRPropertyManager Other;
-    CZRProperty & OtherMiss = Other.FindProperty(CZRString("x"));
-    EXPECT_EQ(&OtherMiss, &Miss) << "one stand-by for all managers";
+    EXPECT_EQ(&Other.FindProperty(CZRString("x")), &Miss) << "one stand-by for all managers";
     EXPECT_EQ(Miss.GetType(), PROP_NONE) << "the next miss made it PROP_NONE again";
 
     CZRPropertyManager const & Const = Manager;
-    CZRProperty const & ConstMiss = Const["miss"];
-    EXPECT_NE(&ConstMiss, &Miss) << "each overload has a stand-by of its own";
-    EXPECT_EQ(ConstMiss.GetType(), PROP_NONE);
-    EXPECT_EQ(Manager.GetPropertyCount(), 1);
+    EXPECT_NE(&Const["miss"], &Miss) << "each overload has a stand-by of its own";
+    EXPECT_EQ(Const["miss"].GetType(), PROP_NONE);
     EXPECT_EQ(Const["hit"].GetInt(), 4);
+    EXPECT_EQ(Manager.GetPropertyCount(), 1);
 
     Manager["miss"] = 6;
-    EXPECT_EQ(Manager.GetPropertyCount(), 2);
-    EXPECT_EQ(Manager.FindProperty(CZRString("miss")).GetInt(), 6);
     Manager["new"];
-    EXPECT_TRUE(Manager.HasProperty("new"));
+    EXPECT_EQ(Names(Manager), (std::vector<std::string>{"hit", "miss", "new"}));
+    EXPECT_EQ(Manager.FindProperty(CZRString("miss")).GetInt(), 6);
     EXPECT_EQ(Manager.FindProperty(CZRString("new")).GetType(), PROP_NONE);
 }
 
@@ -125,7 +118,6 @@ TEST(ZRPropertyManager, TheWalkMeetsEntriesAddedBehindTheCursor)
     EXPECT_STREQ(sName.GetString(), "c");
     EXPECT_EQ(Value.GetInt(), 3);
     ASSERT_TRUE(Manager.GetNextProperty(sName, Value, lPos));
-    EXPECT_STREQ(sName.GetString(), "d");
     long const lLast = lPos;
     EXPECT_FALSE(Manager.GetNextProperty(sName, Value, lPos));
     EXPECT_FALSE(Manager.GetNextProperty(sName, Value, lPos));
@@ -136,39 +128,36 @@ TEST(ZRPropertyManager, TheWalkMeetsEntriesAddedBehindTheCursor)
 
 TEST(ZRPropertyManager, ReadMergesIntoWhatIsThere)
 {
-    CZRPropertyManager Stored;
-    Stored.SetProperty("b", CZRProperty("from the stream"));
-    Stored.SetProperty("c", CZRProperty());
-    Stored.SetProperty("d", CZRProperty(2.5f));
+    CZRPropertyManager Written;
+    Written.SetProperty("b", CZRProperty("from the stream"));
+    Written.SetProperty("c", CZRProperty());
+    Written.SetProperty("d", CZRProperty(2.5f));
     CMemFileIO Stream;
-    ASSERT_TRUE(Stored.Write(&Stream));
+    ASSERT_TRUE(Written.Write(&Stream));
 
     CZRPropertyManager Manager;
     Manager.SetProperty("a", CZRProperty(1));
     Manager.SetProperty("b", CZRProperty(2));
     ASSERT_TRUE(Stream.SetFilePointerPos(0));
     EXPECT_TRUE(Manager.Read(&Stream));
-    EXPECT_EQ(Names(Manager), (std::vector<std::string>{"a", "b", "c", "d"}));
-    EXPECT_EQ(Manager.FindProperty(CZRString("a")).GetInt(), 1);
-    EXPECT_STREQ(Manager.FindProperty(CZRString("b")).GetString().GetString(), "from the stream");
-    EXPECT_EQ(Manager.FindProperty(CZRString("c")).GetType(), PROP_NONE);
-    EXPECT_EQ(Manager.FindProperty(CZRString("d")).GetFloat(), 2.5f);
+    CZRPropertyManager Merged(Written);
+    Merged.SetProperty("a", CZRProperty(1));
+    std::string const sMerged = Stored(Merged);
+    EXPECT_EQ(Stored(Manager), sMerged);
 
     EXPECT_FALSE(Manager.Read(&Stream)) << "at the end";
-    EXPECT_EQ(Manager.GetPropertyCount(), 4);
-
     CByteStream Negative(Bytes({0xFF, 0xFF, 0xFF, 0xFF}));
     EXPECT_TRUE(Manager.Read(&Negative));
-    EXPECT_EQ(Manager.GetPropertyCount(), 4);
+    EXPECT_EQ(Stored(Manager), sMerged);
 }
 
 TEST(ZRPropertyManager, ACutStreamKeepsTheEntriesBeforeTheCut)
 {
-    CZRPropertyManager Stored;
+    CZRPropertyManager Written;
     for (char const * szName : {"a", "b", "c", "d", "e"})
-        Stored.SetProperty(szName, CZRProperty(szName));
+        Written.SetProperty(szName, CZRProperty(szName));
     CMemFileIO Stream;
-    ASSERT_TRUE(Stored.Write(&Stream));
+    ASSERT_TRUE(Written.Write(&Stream));
     // Each entry is 4 + 1 bytes of name and 4 + 4 + 1 of value: cut inside the third.
     Stream.SetSize(4 + 2 * 14 + 7);
     ASSERT_TRUE(Stream.SetFilePointerPos(0));
@@ -180,9 +169,7 @@ TEST(ZRPropertyManager, ACutStreamKeepsTheEntriesBeforeTheCut)
     Stream.SetSize(4 + 5 * 14);
     ASSERT_TRUE(Stream.SetFilePointerPos(0));
     ASSERT_TRUE(Manager.Read(&Stream));
-    CMemFileIO Again;
-    ASSERT_TRUE(Manager.Write(&Again));
-    EXPECT_EQ(Contents(Again), Contents(Stream));
+    EXPECT_EQ(Stored(Manager), Contents(Stream));
 }
 
 TEST(ZRPropertyManagerDeathTest, StreamsMustNotBeNull)
