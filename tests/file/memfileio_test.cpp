@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <cstring>
 #include <string>
 
@@ -21,47 +22,48 @@ std::string Contents(CMemFileIO const & Stream)
 {
     return std::string(reinterpret_cast<char const *>(Stream.GetBuffer()), Stream.GetSize());
 }
+
+// Writes the rows' sizes one after another, each in bytes of its own, expecting the
+// block's size behind each; gives what was written.
+std::string ExpectGrowth(CMemFileIO & Stream,
+                         std::initializer_list<std::pair<std::uint32_t, std::uint32_t>> Rows)
+{
+    std::string sWritten;
+    char cFill = 'a';
+    for (auto const & Row : Rows)
+    {
+        std::string const sData(Row.first, cFill++);
+        EXPECT_TRUE(Stream.Write(sData.data(), Row.first));
+        EXPECT_EQ(Stream.GetBufferSize(), Row.second) << "after a write of " << Row.first;
+        sWritten += sData;
+    }
+    return sWritten;
+}
 } // namespace
 
-TEST(MemFileIO, GrowsLinearlyByItsStep)
+TEST(MemFileIO, GrowsLinearlyByItsStepFromTheCapacityThereIs)
 {
     CMemFileIO Stream;
     EXPECT_EQ(Stream.GetBuffer(), nullptr);
     EXPECT_EQ(static_cast<void *>(Stream), nullptr);
-    EXPECT_EQ(Stream.GetBufferSize(), 0u);
-    EXPECT_EQ(Stream.GetSize(), 0u);
-    EXPECT_TRUE(Stream.IsEof());
-    EXPECT_TRUE(Stream.IsOpened());
+    EXPECT_EQ(Stream.GetBufferSize() + Stream.GetSize(), 0u);
+    EXPECT_TRUE(Stream.IsEof() && Stream.IsOpened());
     char cByte = 0;
     EXPECT_FALSE(Stream.Read(&cByte, 1));
-
-    EXPECT_TRUE(Stream.Write("x", 1));
-    EXPECT_EQ(Stream.GetBufferSize(), 1024u);
-    EXPECT_EQ(Stream.GetSize(), 1u);
-    EXPECT_EQ(Stream.GetFilePointerPos(), 1u);
-
-    std::string const sBlock(2047, 'b');
-    EXPECT_TRUE(Stream.Write(sBlock.data(), 1024));
-    EXPECT_EQ(Stream.GetBufferSize(), 2048u);
-    EXPECT_TRUE(Stream.Write(sBlock.data(), 1023));
-    EXPECT_EQ(Stream.GetBufferSize(), 2048u) << "a write that ends at the capacity fits";
-    EXPECT_TRUE(Stream.Write("c", 1));
-    EXPECT_EQ(Stream.GetBufferSize(), 3072u);
-    EXPECT_EQ(Stream.GetSize(), 2049u);
-    EXPECT_EQ(Contents(Stream), "x" + sBlock + "c");
+    // A write that ends at the capacity fits.
+    std::string const sWritten =
+        ExpectGrowth(Stream, {{1, 1024}, {1024, 2048}, {1023, 2048}, {1, 3072}});
+    EXPECT_EQ(Stream.GetFilePointerPos(), 2049u);
+    EXPECT_EQ(Contents(Stream), sWritten);
 
     // From the capacity there is, not from a multiple of the step.
     CMemFileIO Attached(NewBlock(30, 'a'), 30, 100);
-    std::string const sData(31, 'd');
-    EXPECT_TRUE(Attached.Write(sData.data(), 31));
-    EXPECT_EQ(Attached.GetBufferSize(), 130u);
-    EXPECT_TRUE(Attached.Write(sData.data(), 31));
-    EXPECT_TRUE(Attached.Write(sData.data(), 31));
-    EXPECT_TRUE(Attached.Write(sData.data(), 31));
-    EXPECT_EQ(Attached.GetBufferSize(), 130u);
-    EXPECT_TRUE(Attached.Write(sData.data(), 7));
-    EXPECT_EQ(Attached.GetBufferSize(), 230u);
+    ExpectGrowth(Attached, {{31, 130}, {31, 130}, {31, 130}, {31, 130}, {7, 230}});
     MEM_Free(Attached.Detach());
+    // An end beyond 32 bits is a block that can't be had.
+    EXPECT_TRUE(Stream.SetFilePointerPos(UINT32_MAX));
+    EXPECT_EQ(ErrorCodeOf([&] { Stream.Write("x", 1); }), 4601u);
+    EXPECT_EQ(Stream.GetBufferSize(), 3072u);
 }
 
 TEST(MemFileIO, AFixedBlockIsDataThatCannotGrow)
@@ -86,9 +88,8 @@ TEST(MemFileIO, AFixedBlockIsDataThatCannotGrow)
     EXPECT_EQ(ErrorCodeOf([&] { Stream.SetSize(101); }), 4600u);
 
     // A block with a step is an empty file in a ready block, grown by reallocation.
-    unsigned char * pBlock = NewBlock(100, 'z');
     CMemFileIO Growing;
-    Growing.Attach(pBlock, 100, 64);
+    Growing.Attach(NewBlock(100, 'z'), 100, 64);
     EXPECT_EQ(Growing.GetSize(), 0u);
     EXPECT_FALSE(Growing.Read(aRead, 1));
     std::string const sLong(101, 'g');
@@ -128,15 +129,9 @@ TEST(MemFileIO, PositionsMayPassTheEndOfTheData)
     EXPECT_TRUE(Stream.SetFilePointerPos(998));
     EXPECT_EQ(Stream.ReadRaw(aRead, 1, 10), 3);
     EXPECT_EQ(Stream.ReadRaw(aRead, 1, 10), 0);
-    EXPECT_TRUE(Stream.Read(nullptr, 0));
-    EXPECT_TRUE(Stream.Write(nullptr, 0));
-}
+    EXPECT_TRUE(Stream.Read(nullptr, 0) && Stream.Write(nullptr, 0));
 
-TEST(MemFileIO, SetSizeMovesThePositionButNeverShrinksTheBlock)
-{
-    CMemFileIO Stream;
-    std::string const sData(30, 's');
-    ASSERT_TRUE(Stream.Write(sData.data(), 30));
+    // SetSize moves the position but never shrinks the block.
     EXPECT_TRUE(Stream.SetFilePointerPos(20));
     Stream.SetSize(10);
     EXPECT_EQ(Stream.GetFilePointerPos(), 10u);
@@ -155,13 +150,10 @@ TEST(MemFileIO, DetachAndCloseEndTheStream)
 {
     CMemFileIO Stream;
     ASSERT_TRUE(Stream.Write("abc", 3));
-    EXPECT_EQ(Stream.GetSize(), 3u);
     unsigned char * pBlock = Stream.Detach();
     ASSERT_NE(pBlock, nullptr);
     EXPECT_EQ(std::memcmp(pBlock, "abc", 3), 0);
-    EXPECT_EQ(Stream.GetSize(), 0u);
-    EXPECT_EQ(Stream.GetBufferSize(), 0u);
-    EXPECT_EQ(Stream.GetFilePointerPos(), 0u);
+    EXPECT_EQ(Stream.GetSize() + Stream.GetBufferSize() + Stream.GetFilePointerPos(), 0u);
     EXPECT_EQ(Stream.GetBuffer(), nullptr);
     MEM_Free(pBlock);
 
@@ -176,10 +168,7 @@ TEST(MemFileIO, DetachAndCloseEndTheStream)
 
     CMemFileIO Closed;
     ASSERT_TRUE(Closed.Write("x", 1));
-    EXPECT_TRUE(Closed.Close());
-    EXPECT_TRUE(Closed.Close());
-    EXPECT_TRUE(Closed.IsOpened());
-    EXPECT_TRUE(Closed.Write("", 0));
+    EXPECT_TRUE(Closed.Close() && Closed.Close() && Closed.IsOpened() && Closed.Write("", 0));
     EXPECT_EQ(ErrorCodeOf([&] { Closed.Write("x", 1); }), 4600u);
     EXPECT_TRUE(Closed.Open("ignored", 0));
     EXPECT_EQ(ErrorCodeOf([&] { Closed.Write("x", 1); }), 4600u);
@@ -215,10 +204,8 @@ TEST(MemFileIO, ACopyOwnsACopyOfAnOwnedBlockAndSharesAnAttachedOne)
 TEST(MemFileIO, InheritsTheBinaryStoredForms)
 {
     CMemFileIO Stream(16);
-    vector4 const v4 = {1, 2, 3, 4};
-    EXPECT_TRUE(Stream.Write(v4));
-    EXPECT_TRUE(Stream.Write(4000000000UL));
-    EXPECT_TRUE(Stream.Write(CZRString("text")));
+    EXPECT_TRUE(Stream.Write(vector4{1, 2, 3, 4}) && Stream.Write(4000000000UL) &&
+                Stream.Write(CZRString("text")));
     EXPECT_EQ(Stream.GetSize(), 16u + 4u + 8u);
     EXPECT_EQ(Stream.GetBufferSize(), 32u);
     EXPECT_TRUE(Stream.SetFilePointerPos(0));

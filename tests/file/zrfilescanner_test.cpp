@@ -66,15 +66,22 @@ public:
         std::lock_guard<std::mutex> Lock(m_Mutex);
         return m_vCalls;
     }
-    Names Files(bool bSorted = true)
+    // The names, or the directories, of the files reported, sorted.
+    Names Files(bool bDirectories = false)
     {
         Names vNames;
         for (sCall const & Call : Calls())
             if (Call.eMode == SCAN_FILE)
-                vNames.push_back(Call.sFileName);
-        if (bSorted)
-            std::sort(vNames.begin(), vNames.end());
+                vNames.push_back(bDirectories ? Call.sDirectory : Call.sFileName);
+        std::sort(vNames.begin(), vNames.end());
         return vNames;
+    }
+    std::vector<eScannerMode> Modes()
+    {
+        std::vector<eScannerMode> vModes;
+        for (sCall const & Call : Calls())
+            vModes.push_back(Call.eMode);
+        return vModes;
     }
 
     bool m_bStopAtFirstFile = false;
@@ -99,20 +106,20 @@ TEST(ZRFileScanner, FilesComeBeforeSubdirectoriesAndDotDirectoriesAreSkipped)
     for (char const * szName : {"a", "b", ".profile", "s/c", ".git/hidden"})
         Temp.WriteFile(std::string("top/") + szName, "");
     std::string const sTop = Temp / "top";
-
     CZRFileScanner Scanner;
     Scanner.AddScanDirectory(sTop.c_str(), "*.*");
     CRecorder Recorder;
     Scanner.Run(CRecorder::Callback, Recorder.User());
     EXPECT_EQ(Recorder.Files(), (Names{".profile", "a", "b", "c"}));
-    EXPECT_EQ(Recorder.Files(false).back(), "c");
-    for (sCall const & Call : Recorder.Calls())
+    std::vector<sCall> const vCalls = Recorder.Calls();
+    ASSERT_EQ(vCalls.size(), 4u);
+    EXPECT_EQ(vCalls[3].sFileName, "c");
+    for (sCall const & Call : vCalls)
     {
         std::string const sDirectory = Call.sFileName == "c" ? sTop + "\\s" : sTop;
         EXPECT_EQ(Call.sDirectory, sDirectory);
         EXPECT_EQ(Call.sSearchPath, sDirectory + "\\*.*");
     }
-
     Scanner.SetIncludeSubDirs(false);
     EXPECT_EQ(ScanFiles(Scanner), (Names{".profile", "a", "b"}));
 }
@@ -125,22 +132,22 @@ TEST(ZRFileScanner, MasksFollowTheWindowsRules)
     std::filesystem::create_symlink(Temp / "a.txt", Temp / "link.txt");
     std::filesystem::create_directory_symlink(Temp / "sub", Temp / "linkdir.txt");
     std::filesystem::create_symlink(Temp / "missing", Temp / "broken.txt");
-
-    auto Scan = [&Temp](char const * szMask)
-    {
-        CZRFileScanner Scanner;
-        Scanner.AddScanDirectory(Temp.Path().c_str(), szMask);
-        return ScanFiles(Scanner);
-    };
     // A subdirectory is entered whatever its name, a directory matching the mask is not
     // a file, a link counts as its target, and a link to a directory is not seen at all.
-    EXPECT_EQ(Scan("*.txt"), (Names{"a.txt", "ab.TXT", "c.txt", "d.txt", "link.txt"}));
-    EXPECT_EQ(Scan("?.TxT"), (Names{"a.txt", "c.txt", "d.txt"}));
-    EXPECT_EQ(Scan("*.*"),
-              (Names{"a.txt", "ab.TXT", "b.dat", "c.txt", "d.txt", "link.txt", "noext"}));
-    EXPECT_EQ(Scan("*"), Scan("*.*"));
-    EXPECT_EQ(Scan("a*t"), (Names{"a.txt", "ab.TXT"}));
-    EXPECT_EQ(Scan(""), Names{});
+    Names const vAll{"a.txt", "ab.TXT", "b.dat", "c.txt", "d.txt", "link.txt", "noext"};
+    std::pair<char const *, Names> const aRows[] = {
+        {"*.txt", {"a.txt", "ab.TXT", "c.txt", "d.txt", "link.txt"}},
+        {"?.TxT", {"a.txt", "c.txt", "d.txt"}},
+        {"*.*", vAll},
+        {"*", vAll},
+        {"a*t", {"a.txt", "ab.TXT"}},
+        {"", {}}};
+    for (auto const & Row : aRows)
+    {
+        CZRFileScanner Scanner;
+        Scanner.AddScanDirectory(Temp.Path().c_str(), Row.first);
+        EXPECT_EQ(ScanFiles(Scanner), Row.second) << Row.first;
+    }
 }
 
 TEST(ZRFileScanner, EachDirectoryHasItsOwnMaskAndCountsUseTheArgument)
@@ -149,13 +156,14 @@ TEST(ZRFileScanner, EachDirectoryHasItsOwnMaskAndCountsUseTheArgument)
     for (char const * szName :
          {"one/x.txt", "one/y.dat", "one/in/z.dat", "one/.hidden/w.txt", "two/p.dat", "two/q.txt"})
         Temp.WriteFile(szName, "");
-
     CZRFileScanner Scanner;
     Scanner.AddScanDirectory((Temp / "one").c_str(), "*.txt");
     Scanner.AddScanDirectory((Temp / "two").c_str(), "*.dat");
     CRecorder Recorder;
     Scanner.Run(CRecorder::Callback, Recorder.User());
-    EXPECT_EQ(Recorder.Files(false), (Names{"x.txt", "p.dat"}));
+    std::vector<sCall> const vCalls = Recorder.Calls();
+    ASSERT_EQ(vCalls.size(), 2u);
+    EXPECT_EQ(vCalls[0].sFileName + vCalls[1].sFileName, "x.txtp.dat");
 
     int nFiles = -1;
     int nFolders = -1;
@@ -184,11 +192,8 @@ TEST(ZRFileScanner, EmptyListsAndMissingDirectoriesGiveNoFiles)
         CRecorder Recorder;
         pScanner->RunThread(CRecorder::Callback, Recorder.User(), nullptr);
         ASSERT_TRUE(Recorder.WaitForEnd());
-        std::vector<sCall> const vCalls = Recorder.Calls();
-        ASSERT_EQ(vCalls.size(), 2u);
-        EXPECT_EQ(vCalls[0].eMode, SCAN_STARTED);
-        EXPECT_EQ(vCalls[1].eMode, SCAN_FINISHED);
-        EXPECT_NE(vCalls[0].ThreadId, std::this_thread::get_id());
+        EXPECT_EQ(Recorder.Modes(), (std::vector<eScannerMode>{SCAN_STARTED, SCAN_FINISHED}));
+        EXPECT_NE(Recorder.Calls()[0].ThreadId, std::this_thread::get_id());
     }
 }
 
@@ -221,11 +226,9 @@ TEST(ZRFileScanner, ThreadedScanWaitsForItsEventAndUsesASnapshot)
 
     Start.Set();
     ASSERT_TRUE(Recorder.WaitForEnd());
-    std::vector<sCall> const vCalls = Recorder.Calls();
-    ASSERT_EQ(vCalls.size(), 3u);
-    EXPECT_EQ(vCalls[0].eMode, SCAN_STARTED);
-    EXPECT_EQ(vCalls[1].sFileName, "a");
-    EXPECT_EQ(vCalls[2].eMode, SCAN_FINISHED);
+    EXPECT_EQ(Recorder.Modes(),
+              (std::vector<eScannerMode>{SCAN_STARTED, SCAN_FILE, SCAN_FINISHED}));
+    EXPECT_EQ(Recorder.Files(), Names{"a"});
 }
 
 TEST(ZRFileScanner, StopEndsTheWalkWithScanStopped)
@@ -248,17 +251,11 @@ TEST(ZRFileScanner, StopEndsTheWalkWithScanStopped)
     // The stop is tested only behind the second hit, so each directory searched reports
     // two files: s1, s2 (listed before the stop) and the second scan directory. Nothing
     // below them is entered.
-    std::vector<sCall> const vCalls = Recorder.Calls();
-    EXPECT_EQ(vCalls.front().eMode, SCAN_STARTED);
-    EXPECT_EQ(vCalls.back().eMode, SCAN_STOPPED);
-    Names vDirectories;
-    for (sCall const & Call : vCalls)
-        if (Call.eMode == SCAN_FILE)
-            vDirectories.push_back(Call.sDirectory);
-    std::sort(vDirectories.begin(), vDirectories.end());
+    EXPECT_EQ(Recorder.Modes().front(), SCAN_STARTED);
+    EXPECT_EQ(Recorder.Modes().back(), SCAN_STOPPED);
     std::string const sTop = Temp / "top";
-    EXPECT_EQ(vDirectories, (Names{Temp / "second", Temp / "second", sTop + "\\s1", sTop + "\\s1",
-                                   sTop + "\\s2", sTop + "\\s2"}));
+    EXPECT_EQ(Recorder.Files(true), (Names{Temp / "second", Temp / "second", sTop + "\\s1",
+                                           sTop + "\\s1", sTop + "\\s2", sTop + "\\s2"}));
 
     // Once no scan runs, the next one starts with the flag cleared.
     EXPECT_EQ(ScanFiles(Scanner).size(), 18u);
