@@ -23,21 +23,19 @@ std::string Contents(CMemFileIO const & Stream)
     return std::string(reinterpret_cast<char const *>(Stream.GetBuffer()), Stream.GetSize());
 }
 
-// Writes the rows' sizes one after another, each in bytes of its own, expecting the
-// block's size behind each; gives what was written.
-std::string ExpectGrowth(CMemFileIO & Stream,
-                         std::initializer_list<std::pair<std::uint32_t, std::uint32_t>> Rows)
+// The position, the size of the data and the size of the block, as "pos/size/block".
+std::string State(CMemFileIO const & Stream)
 {
-    std::string sWritten;
-    char cFill = 'a';
-    for (auto const & Row : Rows)
-    {
-        std::string const sData(Row.first, cFill++);
-        EXPECT_TRUE(Stream.Write(sData.data(), Row.first));
-        EXPECT_EQ(Stream.GetBufferSize(), Row.second) << "after a write of " << Row.first;
-        sWritten += sData;
-    }
-    return sWritten;
+    return std::to_string(Stream.GetFilePointerPos()) + "/" + std::to_string(Stream.GetSize()) +
+           "/" + std::to_string(Stream.GetBufferSize());
+}
+
+// Writes nSize bytes of cFill and gives the state behind the write.
+std::string WriteAndState(CMemFileIO & Stream, std::uint32_t nSize, char cFill = 'd')
+{
+    std::string const sData(nSize, cFill);
+    EXPECT_TRUE(Stream.Write(sData.data(), nSize));
+    return State(Stream);
 }
 } // namespace
 
@@ -46,24 +44,27 @@ TEST(MemFileIO, GrowsLinearlyByItsStepFromTheCapacityThereIs)
     CMemFileIO Stream;
     EXPECT_EQ(Stream.GetBuffer(), nullptr);
     EXPECT_EQ(static_cast<void *>(Stream), nullptr);
-    EXPECT_EQ(Stream.GetBufferSize() + Stream.GetSize(), 0u);
+    EXPECT_EQ(State(Stream), "0/0/0");
     EXPECT_TRUE(Stream.IsEof() && Stream.IsOpened());
     char cByte = 0;
     EXPECT_FALSE(Stream.Read(&cByte, 1));
     // A write that ends at the capacity fits.
-    std::string const sWritten =
-        ExpectGrowth(Stream, {{1, 1024}, {1024, 2048}, {1023, 2048}, {1, 3072}});
-    EXPECT_EQ(Stream.GetFilePointerPos(), 2049u);
-    EXPECT_EQ(Contents(Stream), sWritten);
-
-    // From the capacity there is, not from a multiple of the step.
-    CMemFileIO Attached(NewBlock(30, 'a'), 30, 100);
-    ExpectGrowth(Attached, {{31, 130}, {31, 130}, {31, 130}, {31, 130}, {7, 230}});
-    MEM_Free(Attached.Detach());
+    EXPECT_EQ(WriteAndState(Stream, 1, 'a'), "1/1/1024");
+    EXPECT_EQ(WriteAndState(Stream, 1024, 'b'), "1025/1025/2048");
+    EXPECT_EQ(WriteAndState(Stream, 1023, 'c'), "2048/2048/2048");
+    EXPECT_EQ(WriteAndState(Stream, 1, 'e'), "2049/2049/3072");
+    EXPECT_EQ(Contents(Stream), "a" + std::string(1024, 'b') + std::string(1023, 'c') + "e");
     // An end beyond 32 bits is a block that can't be had.
     EXPECT_TRUE(Stream.SetFilePointerPos(UINT32_MAX));
     EXPECT_EQ(ErrorCodeOf([&] { Stream.Write("x", 1); }), 4601u);
     EXPECT_EQ(Stream.GetBufferSize(), 3072u);
+
+    // From the capacity there is, not from a multiple of the step.
+    CMemFileIO Attached(NewBlock(30, 'a'), 30, 100);
+    EXPECT_EQ(WriteAndState(Attached, 31), "31/31/130");
+    EXPECT_EQ(WriteAndState(Attached, 93), "124/124/130");
+    EXPECT_EQ(WriteAndState(Attached, 7), "131/131/230");
+    MEM_Free(Attached.Detach());
 }
 
 TEST(MemFileIO, AFixedBlockIsDataThatCannotGrow)
@@ -72,30 +73,25 @@ TEST(MemFileIO, AFixedBlockIsDataThatCannotGrow)
     for (int i = 0; i < 100; ++i)
         aBlock[i] = static_cast<unsigned char>(i);
     CMemFileIO Stream(aBlock, 100, 0);
-    EXPECT_EQ(Stream.GetSize(), 100u);
     EXPECT_EQ(Stream.GetBuffer(), aBlock);
     unsigned char aRead[4] = {};
     EXPECT_TRUE(Stream.Read(aRead, 4));
     EXPECT_EQ(aRead[3], 3);
-
-    std::string const sData(100, 'w');
+    EXPECT_EQ(State(Stream), "4/100/100");
     EXPECT_TRUE(Stream.SetFilePointerPos(0));
-    EXPECT_TRUE(Stream.Write(sData.data(), 100));
+    EXPECT_EQ(WriteAndState(Stream, 100, 'w'), "100/100/100");
     EXPECT_EQ(aBlock[99], 'w');
     EXPECT_EQ(ErrorCodeOf([&] { Stream.Write("x", 1); }), 4600u);
-    EXPECT_EQ(Stream.GetFilePointerPos(), 100u);
-    EXPECT_EQ(Stream.GetSize(), 100u);
     EXPECT_EQ(ErrorCodeOf([&] { Stream.SetSize(101); }), 4600u);
+    EXPECT_EQ(State(Stream), "100/100/100");
 
     // A block with a step is an empty file in a ready block, grown by reallocation.
     CMemFileIO Growing;
     Growing.Attach(NewBlock(100, 'z'), 100, 64);
-    EXPECT_EQ(Growing.GetSize(), 0u);
+    EXPECT_EQ(State(Growing), "0/0/100");
     EXPECT_FALSE(Growing.Read(aRead, 1));
-    std::string const sLong(101, 'g');
-    EXPECT_TRUE(Growing.Write(sLong.data(), 101));
-    EXPECT_EQ(Growing.GetBufferSize(), 164u);
-    EXPECT_EQ(Contents(Growing), sLong);
+    EXPECT_EQ(WriteAndState(Growing, 101, 'g'), "101/101/164");
+    EXPECT_EQ(Contents(Growing), std::string(101, 'g'));
     MEM_Free(Growing.Detach());
 }
 
@@ -107,9 +103,8 @@ TEST(MemFileIO, PositionsMayPassTheEndOfTheData)
     EXPECT_TRUE(Stream.IsEof());
     char cByte = 0;
     EXPECT_FALSE(Stream.Read(&cByte, 1));
-    EXPECT_EQ(Stream.GetSize(), 10u);
-    EXPECT_TRUE(Stream.Write("!", 1));
-    EXPECT_EQ(Stream.GetSize(), 1001u);
+    EXPECT_EQ(State(Stream), "1000/10/1024");
+    EXPECT_EQ(WriteAndState(Stream, 1, '!'), "1001/1001/1024");
     EXPECT_EQ(Stream.GetBuffer()[1000], '!');
 
     EXPECT_TRUE(Stream.SetFilePointerPos(0));
@@ -134,16 +129,12 @@ TEST(MemFileIO, PositionsMayPassTheEndOfTheData)
     // SetSize moves the position but never shrinks the block.
     EXPECT_TRUE(Stream.SetFilePointerPos(20));
     Stream.SetSize(10);
-    EXPECT_EQ(Stream.GetFilePointerPos(), 10u);
-    EXPECT_EQ(Stream.GetSize(), 10u);
+    EXPECT_EQ(State(Stream), "10/10/1024");
     unsigned char * pBlock = Stream.GetBuffer();
     Stream.SetSize(0);
     EXPECT_EQ(Stream.GetBuffer(), pBlock);
-    EXPECT_EQ(Stream.GetBufferSize(), 1024u);
     Stream.SetSize(1500);
-    EXPECT_EQ(Stream.GetSize(), 1500u);
-    EXPECT_EQ(Stream.GetBufferSize(), 2048u);
-    EXPECT_EQ(Stream.GetFilePointerPos(), 0u);
+    EXPECT_EQ(State(Stream), "0/1500/2048");
 }
 
 TEST(MemFileIO, DetachAndCloseEndTheStream)
@@ -153,14 +144,13 @@ TEST(MemFileIO, DetachAndCloseEndTheStream)
     unsigned char * pBlock = Stream.Detach();
     ASSERT_NE(pBlock, nullptr);
     EXPECT_EQ(std::memcmp(pBlock, "abc", 3), 0);
-    EXPECT_EQ(Stream.GetSize() + Stream.GetBufferSize() + Stream.GetFilePointerPos(), 0u);
+    EXPECT_EQ(State(Stream), "0/0/0");
     EXPECT_EQ(Stream.GetBuffer(), nullptr);
     MEM_Free(pBlock);
 
     // After a Detach the stream keeps its step but owns nothing, also what it
     // allocates later: Close leaves that block to the caller.
-    ASSERT_TRUE(Stream.Write("de", 2));
-    EXPECT_EQ(Stream.GetBufferSize(), 1024u);
+    EXPECT_EQ(WriteAndState(Stream, 2), "2/2/1024");
     pBlock = Stream.GetBuffer();
     EXPECT_TRUE(Stream.Close());
     EXPECT_EQ(Stream.GetBuffer(), nullptr);
@@ -206,8 +196,7 @@ TEST(MemFileIO, InheritsTheBinaryStoredForms)
     CMemFileIO Stream(16);
     EXPECT_TRUE(Stream.Write(vector4{1, 2, 3, 4}) && Stream.Write(4000000000UL) &&
                 Stream.Write(CZRString("text")));
-    EXPECT_EQ(Stream.GetSize(), 16u + 4u + 8u);
-    EXPECT_EQ(Stream.GetBufferSize(), 32u);
+    EXPECT_EQ(State(Stream), "28/28/32");
     EXPECT_TRUE(Stream.SetFilePointerPos(0));
     vector4 r4 = {};
     unsigned long ulValue = 0;

@@ -66,6 +66,12 @@ protected:
         Xfs().CloseFile(ulHandle);
         return sData;
     }
+    // The position and the size of an open file, as "pos/size".
+    std::string Where(std::uint32_t ulHandle)
+    {
+        return std::to_string(Xfs().Tell(ulHandle)) + "/" +
+               std::to_string(Xfs().GetFileSize(ulHandle));
+    }
     std::uint32_t ErrorOfOpen(std::string const & sName)
     {
         return ErrorCodeOf([&] { Xfs().CloseFile(Xfs().OpenFile(sName.c_str())); });

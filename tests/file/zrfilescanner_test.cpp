@@ -17,16 +17,8 @@ namespace
 {
 using Names = std::vector<std::string>;
 
-struct sCall
-{
-    eScannerMode eMode;
-    std::string sFileName;
-    std::string sDirectory;
-    std::string sSearchPath;
-    std::thread::id ThreadId;
-};
-
-// Collects the callbacks of one scan from whatever thread makes them; a test waits for
+// Collects the callbacks of one scan from whatever thread makes them: a file as its
+// name, the other calls as "<started>", "<finished>" or "<stopped>". A test waits for
 // the end of a threaded scan with a time limit, so that no test can hang.
 class CRecorder
 {
@@ -34,18 +26,23 @@ public:
     static void Callback(eScannerMode eMode, sFileData * pData, unsigned long ulUser)
     {
         CRecorder * const pThis = reinterpret_cast<CRecorder *>(ulUser);
-        sCall Call{eMode, "", "", "", std::this_thread::get_id()};
-        if (pData != nullptr)
-        {
-            EXPECT_TRUE(pData->m_sSubDirectory.IsEmpty());
-            Call.sFileName = pData->m_sFileName.GetString();
-            Call.sDirectory = pData->m_sDirectory.GetString();
-            Call.sSearchPath = pData->m_sSearchPath.GetString();
-        }
         if (eMode == SCAN_FILE && pThis->m_bStopAtFirstFile)
             CZRFileScanner::StopThread();
         std::lock_guard<std::mutex> Lock(pThis->m_Mutex);
-        pThis->m_vCalls.push_back(Call);
+        pThis->m_ThreadId = std::this_thread::get_id();
+        if (pData == nullptr)
+        {
+            pThis->m_vCalls.push_back(eMode == SCAN_STARTED    ? "<started>"
+                                      : eMode == SCAN_FINISHED ? "<finished>"
+                                                               : "<stopped>");
+        }
+        else
+        {
+            EXPECT_TRUE(pData->m_sSubDirectory.IsEmpty());
+            pThis->m_vCalls.push_back(pData->m_sFileName.GetString());
+            pThis->m_vPlaces.push_back(std::string(pData->m_sDirectory.GetString()) + " " +
+                                       pData->m_sSearchPath.GetString());
+        }
         pThis->m_Changed.notify_all();
     }
     unsigned long User() { return reinterpret_cast<unsigned long>(this); }
@@ -57,39 +54,35 @@ public:
                                   [this]
                                   {
                                       return !m_vCalls.empty() &&
-                                             (m_vCalls.back().eMode == SCAN_FINISHED ||
-                                              m_vCalls.back().eMode == SCAN_STOPPED);
+                                             (m_vCalls.back() == "<finished>" ||
+                                              m_vCalls.back() == "<stopped>");
                                   });
     }
-    std::vector<sCall> Calls()
+    Names Calls()
     {
         std::lock_guard<std::mutex> Lock(m_Mutex);
         return m_vCalls;
     }
-    // The names, or the directories, of the files reported, sorted.
-    Names Files(bool bDirectories = false)
+    // The names of the files reported, or their "directory search-path", sorted.
+    Names Files(bool bPlaces = false)
     {
-        Names vNames;
-        for (sCall const & Call : Calls())
-            if (Call.eMode == SCAN_FILE)
-                vNames.push_back(bDirectories ? Call.sDirectory : Call.sFileName);
+        std::lock_guard<std::mutex> Lock(m_Mutex);
+        Names vNames = bPlaces ? m_vPlaces : m_vCalls;
+        vNames.erase(std::remove_if(vNames.begin(), vNames.end(),
+                                    [](std::string const & s) { return s[0] == '<'; }),
+                     vNames.end());
         std::sort(vNames.begin(), vNames.end());
         return vNames;
     }
-    std::vector<eScannerMode> Modes()
-    {
-        std::vector<eScannerMode> vModes;
-        for (sCall const & Call : Calls())
-            vModes.push_back(Call.eMode);
-        return vModes;
-    }
 
     bool m_bStopAtFirstFile = false;
+    std::thread::id m_ThreadId;
 
 private:
     std::mutex m_Mutex;
     std::condition_variable m_Changed;
-    std::vector<sCall> m_vCalls;
+    Names m_vCalls;
+    Names m_vPlaces;
 };
 
 Names ScanFiles(CZRFileScanner & Scanner)
@@ -111,15 +104,10 @@ TEST(ZRFileScanner, FilesComeBeforeSubdirectoriesAndDotDirectoriesAreSkipped)
     CRecorder Recorder;
     Scanner.Run(CRecorder::Callback, Recorder.User());
     EXPECT_EQ(Recorder.Files(), (Names{".profile", "a", "b", "c"}));
-    std::vector<sCall> const vCalls = Recorder.Calls();
-    ASSERT_EQ(vCalls.size(), 4u);
-    EXPECT_EQ(vCalls[3].sFileName, "c");
-    for (sCall const & Call : vCalls)
-    {
-        std::string const sDirectory = Call.sFileName == "c" ? sTop + "\\s" : sTop;
-        EXPECT_EQ(Call.sDirectory, sDirectory);
-        EXPECT_EQ(Call.sSearchPath, sDirectory + "\\*.*");
-    }
+    EXPECT_EQ(Recorder.Calls().back(), "c");
+    std::string const sPlace = sTop + " " + sTop + "\\*.*";
+    std::string const sSub = sTop + "\\s " + sTop + "\\s\\*.*";
+    EXPECT_EQ(Recorder.Files(true), (Names{sPlace, sPlace, sPlace, sSub}));
     Scanner.SetIncludeSubDirs(false);
     EXPECT_EQ(ScanFiles(Scanner), (Names{".profile", "a", "b"}));
 }
@@ -161,9 +149,7 @@ TEST(ZRFileScanner, EachDirectoryHasItsOwnMaskAndCountsUseTheArgument)
     Scanner.AddScanDirectory((Temp / "two").c_str(), "*.dat");
     CRecorder Recorder;
     Scanner.Run(CRecorder::Callback, Recorder.User());
-    std::vector<sCall> const vCalls = Recorder.Calls();
-    ASSERT_EQ(vCalls.size(), 2u);
-    EXPECT_EQ(vCalls[0].sFileName + vCalls[1].sFileName, "x.txtp.dat");
+    EXPECT_EQ(Recorder.Calls(), (Names{"x.txt", "p.dat"}));
 
     int nFiles = -1;
     int nFolders = -1;
@@ -192,8 +178,8 @@ TEST(ZRFileScanner, EmptyListsAndMissingDirectoriesGiveNoFiles)
         CRecorder Recorder;
         pScanner->RunThread(CRecorder::Callback, Recorder.User(), nullptr);
         ASSERT_TRUE(Recorder.WaitForEnd());
-        EXPECT_EQ(Recorder.Modes(), (std::vector<eScannerMode>{SCAN_STARTED, SCAN_FINISHED}));
-        EXPECT_NE(Recorder.Calls()[0].ThreadId, std::this_thread::get_id());
+        EXPECT_EQ(Recorder.Calls(), (Names{"<started>", "<finished>"}));
+        EXPECT_NE(Recorder.m_ThreadId, std::this_thread::get_id());
     }
 }
 
@@ -226,9 +212,7 @@ TEST(ZRFileScanner, ThreadedScanWaitsForItsEventAndUsesASnapshot)
 
     Start.Set();
     ASSERT_TRUE(Recorder.WaitForEnd());
-    EXPECT_EQ(Recorder.Modes(),
-              (std::vector<eScannerMode>{SCAN_STARTED, SCAN_FILE, SCAN_FINISHED}));
-    EXPECT_EQ(Recorder.Files(), Names{"a"});
+    EXPECT_EQ(Recorder.Calls(), (Names{"<started>", "a", "<finished>"}));
 }
 
 TEST(ZRFileScanner, StopEndsTheWalkWithScanStopped)
@@ -251,11 +235,14 @@ TEST(ZRFileScanner, StopEndsTheWalkWithScanStopped)
     // The stop is tested only behind the second hit, so each directory searched reports
     // two files: s1, s2 (listed before the stop) and the second scan directory. Nothing
     // below them is entered.
-    EXPECT_EQ(Recorder.Modes().front(), SCAN_STARTED);
-    EXPECT_EQ(Recorder.Modes().back(), SCAN_STOPPED);
+    EXPECT_EQ(Recorder.Calls().front(), "<started>");
+    EXPECT_EQ(Recorder.Calls().back(), "<stopped>");
+    Names vDirectories;
+    for (std::string const & sPlace : Recorder.Files(true))
+        vDirectories.push_back(sPlace.substr(0, sPlace.find(' ')));
     std::string const sTop = Temp / "top";
-    EXPECT_EQ(Recorder.Files(true), (Names{Temp / "second", Temp / "second", sTop + "\\s1",
-                                           sTop + "\\s1", sTop + "\\s2", sTop + "\\s2"}));
+    EXPECT_EQ(vDirectories, (Names{Temp / "second", Temp / "second", sTop + "\\s1", sTop + "\\s1",
+                                   sTop + "\\s2", sTop + "\\s2"}));
 
     // Once no scan runs, the next one starts with the flag cleared.
     EXPECT_EQ(ScanFiles(Scanner).size(), 18u);
