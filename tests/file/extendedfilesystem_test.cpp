@@ -6,18 +6,11 @@
 #include "common/file/extendedfilesystem.h"
 #include "workdir.h"
 
-using testing::internal::CaptureStderr;
-using testing::internal::GetCapturedStderr;
-
 namespace
 {
-class ExtendedFileSystem : public CWorkDirTest
+class ExtendedFileSystem : public CXfsTest
 {
 protected:
-    // The object holds 256 file and 257 archive records: too large for the stack.
-    std::unique_ptr<CExtendedFileSystem> m_pXfs = std::make_unique<CExtendedFileSystem>();
-    CExtendedFileSystem & Xfs() { return *m_pXfs; }
-
     std::uint32_t OpenTen()
     {
         m_Dir.WriteFile("ten.bin", "0123456789");
@@ -28,19 +21,12 @@ protected:
 
 TEST_F(ExtendedFileSystem, HandleTableHas256SlotsAndReusesTheLowestFree)
 {
-    std::vector<std::uint32_t> vHandles;
-    for (int nFile = 0; nFile < 256; ++nFile)
-        vHandles.push_back(Xfs().CreateFile(("f" + std::to_string(nFile)).c_str()));
-    for (std::uint32_t ulIndex = 0; ulIndex < 256; ++ulIndex)
-        EXPECT_EQ(vHandles[ulIndex], ulIndex + 1);
-
-    std::string sText;
-    EXPECT_EQ(ErrorCodeOf([&] { Xfs().CreateFile("more"); }, &sText), 4001u);
-    EXPECT_EQ(sText, "Too many open files.");
+    for (std::uint32_t ulHandle = 1; ulHandle <= 256; ++ulHandle)
+        ASSERT_EQ(Xfs().CreateFile(("f" + std::to_string(ulHandle)).c_str()), ulHandle);
+    EXPECT_EQ(ErrorOf([&] { Xfs().CreateFile("more"); }), "4001 Too many open files.");
     EXPECT_EQ(ErrorCodeOf([&] { Xfs().AppendFile("more"); }), 4001u);
-    EXPECT_EQ(ErrorCodeOf([&] { Xfs().OpenFile("f0"); }, &sText), 4002u);
-    EXPECT_EQ(sText, "File not found.");
-    EXPECT_FALSE(Xfs().FileExists("f0"));
+    EXPECT_EQ(ErrorOf([&] { Xfs().OpenFile("f1"); }), "4002 File not found.");
+    EXPECT_FALSE(Xfs().FileExists("f1"));
 
     EXPECT_TRUE(Xfs().CloseFile(7));
     EXPECT_TRUE(Xfs().CloseFile(9));
@@ -52,13 +38,9 @@ TEST_F(ExtendedFileSystem, HandleTableHas256SlotsAndReusesTheLowestFree)
 
 TEST_F(ExtendedFileSystem, InvalidHandlesAndNullNames)
 {
-    std::string sText;
-    EXPECT_EQ(ErrorCodeOf([&] { Xfs().Tell(0); }, &sText), 4008u);
-    EXPECT_EQ(sText, "Invalid file handle.");
+    EXPECT_EQ(ErrorOf([&] { Xfs().Tell(0); }), "4008 Invalid file handle.");
     EXPECT_EQ(ErrorCodeOf([&] { Xfs().Tell(257); }), 4008u);
-    std::uint32_t const ulHandle = Xfs().CreateFile("new");
-    EXPECT_EQ(ulHandle, 1u);
-    Xfs().CloseFile(ulHandle);
+    Xfs().CloseFile(Xfs().CreateFile("new"));
     EXPECT_EQ(ErrorCodeOf([&] { Xfs().Tell(1); }), 4008u);
     EXPECT_EQ(ErrorCodeOf([&] { Xfs().CloseFile(1); }), 4008u);
     EXPECT_EQ(ErrorCodeOf([&] { Xfs().IsEof(1); }), 4008u);
@@ -71,20 +53,17 @@ TEST_F(ExtendedFileSystem, InvalidHandlesAndNullNames)
     EXPECT_EQ(ErrorCodeOf([&] { Xfs().OpenFile(nullptr); }), 4002u);
     EXPECT_FALSE(Xfs().FileExists(nullptr));
     // A directory is not a file to read, and can't be created over.
-    std::filesystem::create_directory(m_Dir.Path() / "dir");
+    std::filesystem::create_directory("dir");
     EXPECT_EQ(ErrorCodeOf([&] { Xfs().OpenFile("dir"); }), 4002u);
-    EXPECT_EQ(ErrorCodeOf([&] { Xfs().CreateFile("dir"); }, &sText), 4005u);
-    EXPECT_EQ(sText, "Could not create file for writing.");
-    EXPECT_EQ(ErrorCodeOf([&] { Xfs().AppendFile("dir"); }, &sText), 4015u);
-    EXPECT_EQ(sText, "Could not open file for appending.");
+    EXPECT_EQ(ErrorOf([&] { Xfs().CreateFile("dir"); }), "4005 Could not create file for writing.");
+    EXPECT_EQ(ErrorOf([&] { Xfs().AppendFile("dir"); }), "4015 Could not open file for appending.");
 }
 
-TEST_F(ExtendedFileSystem, ReadsStopAtTheEnd)
+TEST_F(ExtendedFileSystem, ReadsStopAtTheEndAndSeeksStayInside)
 {
     std::uint32_t const ulNew = Xfs().CreateFile("empty");
     char acBuffer[16] = {};
-    EXPECT_EQ(Xfs().GetFileSize(ulNew), 0u);
-    EXPECT_EQ(Xfs().Tell(ulNew), 0u);
+    EXPECT_EQ(Where(ulNew), "0/0");
     EXPECT_TRUE(Xfs().IsEof(ulNew));
     EXPECT_FALSE(Xfs().ReadFile(ulNew, acBuffer, 1));
 
@@ -92,25 +71,18 @@ TEST_F(ExtendedFileSystem, ReadsStopAtTheEnd)
     EXPECT_EQ(ErrorCodeOf([&] { Xfs().ReadFile(ulHandle, acBuffer, 0); }), 4008u);
     Xfs().Seek(ulHandle, 6);
     EXPECT_TRUE(Xfs().ReadFile(ulHandle, acBuffer, 10));
-    EXPECT_EQ(std::string(acBuffer, 4), "6789");
-    EXPECT_EQ(acBuffer[4], '\0');
+    EXPECT_EQ(std::string(acBuffer, 5), std::string("6789\0", 5));
     EXPECT_TRUE(Xfs().IsEof(ulHandle));
     EXPECT_EQ(Xfs().Tell(ulHandle), 10u);
     EXPECT_FALSE(Xfs().ReadFile(ulHandle, acBuffer, 10));
-
     Xfs().Rewind(ulHandle);
     int nChar = 0x7F7F7F00;
     EXPECT_TRUE(Xfs().ReadChar(ulHandle, &nChar));
     EXPECT_EQ(nChar, 0x7F7F7F30);
-}
 
-TEST_F(ExtendedFileSystem, SeeksStayInsideTheFile)
-{
-    std::uint32_t const ulHandle = OpenTen();
-    std::string sText;
     EXPECT_TRUE(Xfs().Seek(ulHandle, 10));
-    EXPECT_EQ(ErrorCodeOf([&] { Xfs().Seek(ulHandle, 11); }, &sText), 4009u);
-    EXPECT_EQ(sText, "Error trying to set the file pointer.");
+    EXPECT_EQ(ErrorOf([&] { Xfs().Seek(ulHandle, 11); }),
+              "4009 Error trying to set the file pointer.");
     EXPECT_EQ(Xfs().Tell(ulHandle), 10u);
     EXPECT_TRUE(Xfs().SeekEnd(ulHandle, 0));
     EXPECT_EQ(Xfs().Tell(ulHandle), 10u);
@@ -121,14 +93,12 @@ TEST_F(ExtendedFileSystem, SeeksStayInsideTheFile)
     EXPECT_EQ(ErrorCodeOf([&] { Xfs().SeekCurrent(ulHandle, -5); }), 4009u);
     EXPECT_EQ(ErrorCodeOf([&] { Xfs().SeekCurrent(ulHandle, 7); }), 4009u);
     EXPECT_EQ(Xfs().Tell(ulHandle), 4u);
-    EXPECT_TRUE(Xfs().SeekCurrent(ulHandle, -4));
-    EXPECT_TRUE(Xfs().SeekCurrent(ulHandle, 6));
+    EXPECT_TRUE(Xfs().SeekCurrent(ulHandle, -4) && Xfs().SeekCurrent(ulHandle, 6));
     EXPECT_TRUE(Xfs().SeekCurrent(ulHandle, 4));
     EXPECT_EQ(Xfs().Tell(ulHandle), 10u);
-    char cByte = 0;
     Xfs().Seek(ulHandle, 3);
-    Xfs().ReadFile(ulHandle, &cByte, 1);
-    EXPECT_EQ(cByte, '3');
+    EXPECT_TRUE(Xfs().ReadFile(ulHandle, acBuffer, 1));
+    EXPECT_EQ(acBuffer[0], '3');
 }
 
 TEST_F(ExtendedFileSystem, WritesGrowTheFileAndOverwriteInside)
@@ -137,63 +107,51 @@ TEST_F(ExtendedFileSystem, WritesGrowTheFileAndOverwriteInside)
     EXPECT_TRUE(Xfs().WriteFile(ulHandle, "0123456789", 10));
     EXPECT_TRUE(Xfs().Seek(ulHandle, 2));
     EXPECT_TRUE(Xfs().WriteFile(ulHandle, "abc", 3));
-    EXPECT_EQ(Xfs().GetFileSize(ulHandle), 10u);
-    EXPECT_EQ(Xfs().Tell(ulHandle), 5u);
+    EXPECT_EQ(Where(ulHandle), "5/10");
     EXPECT_TRUE(Xfs().SeekEnd(ulHandle, 0));
     EXPECT_TRUE(Xfs().WriteLine(ulHandle, "xyz"));
     EXPECT_EQ(Xfs().Tell(ulHandle), 13u);
     EXPECT_TRUE(Xfs().WriteFile(ulHandle, 0x141));
     EXPECT_TRUE(Xfs().Printf(ulHandle, "<%d>", 42));
-    EXPECT_EQ(Xfs().Tell(ulHandle), 18u);
-    EXPECT_EQ(Xfs().GetFileSize(ulHandle), 18u);
-    std::string sText;
+    EXPECT_EQ(Where(ulHandle), "18/18");
     EXPECT_EQ(ErrorCodeOf([&] { Xfs().WriteLine(ulHandle, nullptr); }), 4008u);
-    EXPECT_EQ(ErrorCodeOf([&] { Xfs().Printf(ulHandle, nullptr); }, &sText), 4008u);
-    EXPECT_EQ(sText, "Invalid file handle or invalid argument.");
-    EXPECT_EQ(ErrorCodeOf([&] { Xfs().Printf(0, "x"); }, &sText), 4008u);
-    EXPECT_EQ(sText, "Invalid file handle or invalid argument.");
+    EXPECT_EQ(ErrorCodeOf([&] { Xfs().Printf(ulHandle, nullptr); }), 4008u);
+    EXPECT_EQ(ErrorOf([&] { Xfs().Printf(0, "x"); }),
+              "4008 Invalid file handle or invalid argument.");
     EXPECT_TRUE(Xfs().Flush(ulHandle));
     Xfs().CloseFile(ulHandle);
     EXPECT_EQ(m_Dir.ReadFile("out"), "01abc56789xyzA<42>");
+
+    // A write into a file opened for reading fails and leaves it usable.
+    std::uint32_t const ulTen = OpenTen();
+    Xfs().Seek(ulTen, 4);
+    EXPECT_EQ(ErrorOf([&] { Xfs().WriteFile(ulTen, "x", 1); }), "4007 Error writing to file.");
+    EXPECT_EQ(ErrorCodeOf([&] { Xfs().WriteLine(ulTen, "x"); }), 4007u);
+    EXPECT_EQ(Where(ulTen), "4/10");
+    char acBuffer[2] = {};
+    EXPECT_TRUE(Xfs().ReadFile(ulTen, acBuffer, 2));
+    EXPECT_EQ(std::string(acBuffer, 2), "45");
 }
 
 TEST_F(ExtendedFileSystem, AppendStartsAtTheEndAndThePositionCheckLogs)
 {
     m_Dir.WriteFile("log", std::string(100, 'a'));
     std::uint32_t const ulHandle = Xfs().AppendFile("log");
-    EXPECT_EQ(Xfs().Tell(ulHandle), 100u);
-    EXPECT_EQ(Xfs().GetFileSize(ulHandle), 100u);
+    EXPECT_EQ(Where(ulHandle), "100/100");
     EXPECT_TRUE(Xfs().WriteFile(ulHandle, "bbbbb", 5));
-    EXPECT_EQ(Xfs().Tell(ulHandle), 105u);
-    EXPECT_EQ(Xfs().GetFileSize(ulHandle), 105u);
+    EXPECT_EQ(Where(ulHandle), "105/105");
 
     // The stream appends whatever the position says: the check logs, the class's own
     // position stands.
     Xfs().Seek(ulHandle, 10);
-    CaptureStderr();
+    testing::internal::CaptureStderr();
     EXPECT_TRUE(Xfs().WriteFile(ulHandle, "cc", 2));
     Xfs().Flush(ulHandle);
-    EXPECT_EQ(Xfs().Tell(ulHandle), 12u);
-    std::string const sLog = GetCapturedStderr();
+    EXPECT_EQ(Where(ulHandle), "12/105");
+    std::string const sLog = testing::internal::GetCapturedStderr();
     EXPECT_NE(sLog.find("VERIFY_FILEPOS failure\n"), std::string::npos);
-    EXPECT_EQ(Xfs().GetFileSize(ulHandle), 105u);
     Xfs().CloseFile(ulHandle);
     EXPECT_EQ(m_Dir.ReadFile("log"), std::string(100, 'a') + "bbbbbcc");
-}
-
-TEST_F(ExtendedFileSystem, FailedTransfersKeepTheFileUsable)
-{
-    std::uint32_t const ulHandle = OpenTen();
-    Xfs().Seek(ulHandle, 4);
-    std::string sText;
-    EXPECT_EQ(ErrorCodeOf([&] { Xfs().WriteFile(ulHandle, "x", 1); }, &sText), 4007u);
-    EXPECT_EQ(sText, "Error writing to file.");
-    EXPECT_EQ(ErrorCodeOf([&] { Xfs().WriteLine(ulHandle, "x"); }), 4007u);
-    EXPECT_EQ(Xfs().Tell(ulHandle), 4u);
-    EXPECT_EQ(Xfs().GetFileSize(ulHandle), 10u);
-    char acBuffer[2] = {};
-    EXPECT_TRUE(Xfs().ReadFile(ulHandle, acBuffer, 2));
-    EXPECT_EQ(std::string(acBuffer, 2), "45");
 }
 
 TEST_F(ExtendedFileSystem, ReadLineKeepsLineEndsAndRaisesAtTheEnd)
@@ -201,16 +159,19 @@ TEST_F(ExtendedFileSystem, ReadLineKeepsLineEndsAndRaisesAtTheEnd)
     m_Dir.WriteFile("lines", "first\r\nsecond\nabcdefg");
     std::uint32_t const ulHandle = Xfs().OpenFile("lines");
     char acLine[64];
-    EXPECT_TRUE(Xfs().ReadLine(ulHandle, acLine, sizeof(acLine)));
-    EXPECT_STREQ(acLine, "first\r\n");
-    EXPECT_EQ(Xfs().Tell(ulHandle), 7u);
-    EXPECT_TRUE(Xfs().ReadLine(ulHandle, acLine, sizeof(acLine)));
-    EXPECT_STREQ(acLine, "second\n");
-    EXPECT_TRUE(Xfs().ReadLine(ulHandle, acLine, 4));
-    EXPECT_STREQ(acLine, "abc");
-    EXPECT_TRUE(Xfs().ReadLine(ulHandle, acLine, sizeof(acLine)));
-    EXPECT_STREQ(acLine, "defg");
-    EXPECT_EQ(Xfs().Tell(ulHandle), 21u);
+    struct
+    {
+        std::uint32_t ulSize;
+        char const * szLine;
+        std::uint32_t ulTell;
+    } const aRows[] = {
+        {64, "first\r\n", 7}, {64, "second\n", 14}, {4, "abc", 17}, {64, "defg", 21}};
+    for (auto const & Row : aRows)
+    {
+        EXPECT_TRUE(Xfs().ReadLine(ulHandle, acLine, Row.ulSize));
+        EXPECT_STREQ(acLine, Row.szLine);
+        EXPECT_EQ(Xfs().Tell(ulHandle), Row.ulTell);
+    }
     EXPECT_EQ(ErrorCodeOf([&] { Xfs().ReadLine(ulHandle, acLine, sizeof(acLine)); }), 4006u);
     EXPECT_EQ(ErrorCodeOf([&] { Xfs().ReadLine(ulHandle, acLine, 0); }), 4008u);
     EXPECT_EQ(Xfs().Tell(ulHandle), 21u);
@@ -228,26 +189,15 @@ TEST_F(ExtendedFileSystem, RootsAreSearchedInOrder)
     Xfs().AddRoot("one");
     EXPECT_EQ(Xfs().GetRootCount(), 3);
     EXPECT_STREQ(Xfs().GetRoot(1).GetString(), "two");
-
-    char acBuffer[8] = {};
-    std::uint32_t ulHandle = Xfs().OpenFile("a.txt");
-    Xfs().ReadFile(ulHandle, acBuffer, 3);
-    EXPECT_EQ(std::string(acBuffer, 3), "one");
-    Xfs().CloseFile(ulHandle);
+    EXPECT_EQ(ReadAll("a.txt"), "one");
     EXPECT_TRUE(Xfs().FileExists("b.txt"));
-    ulHandle = Xfs().OpenFile("b.txt");
-    EXPECT_EQ(Xfs().GetFileSize(ulHandle), 5u);
-    Xfs().CloseFile(ulHandle);
+    EXPECT_EQ(ReadAll("b.txt"), "two b");
 
     Xfs().RemoveRoot("ONE");
-    EXPECT_EQ(Xfs().GetRootCount(), 2);
-    EXPECT_STREQ(Xfs().GetRoot(0).GetString(), "two");
-    ulHandle = Xfs().OpenFile("a.txt");
-    Xfs().ReadFile(ulHandle, acBuffer, 3);
-    EXPECT_EQ(std::string(acBuffer, 3), "two");
-    Xfs().CloseFile(ulHandle);
     Xfs().RemoveRoot("nothing");
     EXPECT_EQ(Xfs().GetRootCount(), 2);
+    EXPECT_STREQ(Xfs().GetRoot(0).GetString(), "two");
+    EXPECT_EQ(ReadAll("a.txt"), "two");
     Xfs().RemoveAllRoots();
     EXPECT_FALSE(Xfs().FileExists("a.txt"));
 }

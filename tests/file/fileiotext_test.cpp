@@ -14,6 +14,8 @@
 
 namespace
 {
+using FileIOText = CWorkDirTest;
+
 // A memory stream holding sText, positioned at its start.
 class CTextStream : public CMemFileIO
 {
@@ -25,44 +27,67 @@ public:
     }
 };
 
-std::string Contents(CMemFileIO const & Stream)
-{
-    return std::string(reinterpret_cast<char const *>(Stream.GetBuffer()), Stream.GetSize());
-}
-
 std::string Text(CZRString const & sValue)
 {
     return std::string(sValue.GetString() != nullptr ? sValue.GetString() : "",
                        static_cast<std::size_t>(sValue.GetLength()));
 }
 
-class FileIOText : public CWorkDirTest
+// The helpers below read nCount values one after another and list what each read left
+// in its target, as "a|b|!c": a read that answered false is marked with "!".
+void Add(std::string & sList, bool bRead, std::string const & sValue)
 {
-};
+    sList += (sList.empty() ? "" : "|") + std::string(bRead ? "" : "!") + sValue;
+}
+
+std::string Ints(CFileIO & Stream, char cDelimiter, int nCount, int nValue = -1)
+{
+    std::string sList;
+    for (int i = 0; i < nCount; ++i)
+    {
+        bool const bRead = Stream.ReadAscii(nValue, cDelimiter);
+        Add(sList, bRead, std::to_string(nValue));
+    }
+    return sList;
+}
+
+std::string Strings(CFileIO & Stream, int nCount)
+{
+    CZRString sValue("kept");
+    std::string sList;
+    for (int i = 0; i < nCount; ++i)
+    {
+        bool const bRead = Stream.ReadAscii(sValue);
+        Add(sList, bRead, Text(sValue));
+    }
+    return sList;
+}
+
+std::string Lines(CFileIO & Stream, unsigned int nSize, int nCount)
+{
+    char szLine[16] = "kept";
+    std::string sList;
+    for (int i = 0; i < nCount; ++i)
+    {
+        bool const bRead = Stream.ReadLine(szLine, nSize);
+        Add(sList, bRead, szLine);
+    }
+    return sList;
+}
 } // namespace
 
 TEST(FileIOTextForm, WritersPutTheirExactBytes)
 {
     CMemFileIO Stream;
-    EXPECT_TRUE(Stream.WriteConstAscii('\n'));
-    EXPECT_TRUE(Stream.WriteConstAscii(CZRString("\n")));
-    EXPECT_TRUE(Stream.WriteConstAscii('\t'));
-    EXPECT_EQ(Contents(Stream), "\r\n\n\t");
-
-    CMemFileIO Values;
-    EXPECT_TRUE(Values.WriteAscii('\t'));
-    EXPECT_TRUE(Values.WriteAscii('x'));
-    EXPECT_TRUE(Values.WriteAscii('\r'));
-    EXPECT_TRUE(Values.WriteAscii(42));
-    EXPECT_TRUE(Values.WriteAscii(-7L));
-    EXPECT_TRUE(Values.WriteAscii(4000000000UL));
-    EXPECT_TRUE(Values.WriteAscii(1.5f));
-    EXPECT_TRUE(Values.WriteAscii(3.14159f));
-    EXPECT_TRUE(Values.WriteAscii(-1.0e30f));
-    EXPECT_TRUE(Values.WriteAscii(CZRString("a\"b\\n;")));
-    EXPECT_TRUE(Values.WriteAscii(CZRString()));
-    EXPECT_EQ(Contents(Values), "'\\t'; 'x'; '\\r'; 42; -7; -294967296; 1.5000; 3.1416; "
-                                "-1000000015047466219876688855040.0000; \"a\"b\\n;\"; \"\"; ");
+    EXPECT_TRUE(Stream.WriteConstAscii('\n') && Stream.WriteConstAscii(CZRString("\n")) &&
+                Stream.WriteConstAscii('\t') && Stream.WriteAscii('\t') && Stream.WriteAscii('x') &&
+                Stream.WriteAscii('\r') && Stream.WriteAscii(42) && Stream.WriteAscii(-7L) &&
+                Stream.WriteAscii(4000000000UL) && Stream.WriteAscii(1.5f) &&
+                Stream.WriteAscii(3.14159f) && Stream.WriteAscii(-1.0e30f) &&
+                Stream.WriteAscii(CZRString("a\"b\\n;")) && Stream.WriteAscii(CZRString()));
+    EXPECT_EQ(std::string(reinterpret_cast<char const *>(Stream.GetBuffer()), Stream.GetSize()),
+              "\r\n\n\t'\\t'; 'x'; '\\r'; 42; -7; -294967296; 1.5000; 3.1416; "
+              "-1000000015047466219876688855040.0000; \"a\"b\\n;\"; \"\"; ");
 }
 
 TEST_F(FileIOText, TheWorkedExampleReadsBackFromAFile)
@@ -70,63 +95,46 @@ TEST_F(FileIOText, TheWorkedExampleReadsBackFromAFile)
     {
         CFileIO File;
         ASSERT_TRUE(File.Open("values.txt", FILEIO_CREATE));
-        EXPECT_TRUE(File.WriteAscii(42));
-        EXPECT_TRUE(File.WriteAscii(1.5f));
-        EXPECT_TRUE(File.WriteAscii(CZRString("ab")));
-        EXPECT_TRUE(File.WriteConstAscii('\n'));
+        EXPECT_TRUE(File.WriteAscii(42) && File.WriteAscii(1.5f) &&
+                    File.WriteAscii(CZRString("ab")) && File.WriteConstAscii('\n'));
     }
     EXPECT_EQ(m_Dir.ReadFile("values.txt"), "42; 1.5000; \"ab\"; \r\n");
     CFileIO File;
     ASSERT_TRUE(File.Open("values.txt", FILEIO_READ));
-    int nValue = 0;
     float fValue = 0;
-    CZRString sValue;
-    EXPECT_TRUE(File.ReadAscii(nValue, ';'));
+    EXPECT_EQ(Ints(File, ';', 1), "42");
     EXPECT_TRUE(File.ReadAscii(fValue, ';'));
-    EXPECT_TRUE(File.ReadAscii(sValue));
-    EXPECT_EQ(nValue, 42);
     EXPECT_EQ(fValue, 1.5f);
-    EXPECT_EQ(Text(sValue), "ab");
+    EXPECT_EQ(Strings(File, 1), "ab");
     EXPECT_FALSE(File.ReadConstAscii('x')) << "only white space is left";
 }
 
 TEST(FileIOTextForm, NumbersAreTokensUpToTheirDelimiter)
 {
+    // A token that doesn't parse leaves the target, and the stream behind its delimiter;
+    // a comment before a token is skipped, one inside it is part of it; a token longer
+    // than any number is consumed and ignored.
     CTextStream Stream("010; 0x10; abc; 12; -294967296; // seven\n 7;-//x\n5; 8 , "
                        "99999999999999999999999999999999999999999999999999999999999999999999; 9");
-    int nValue = -1;
-    EXPECT_TRUE(Stream.ReadAscii(nValue, ';'));
-    EXPECT_EQ(nValue, 8);
-    EXPECT_TRUE(Stream.ReadAscii(nValue, ';'));
-    EXPECT_EQ(nValue, 16);
-    EXPECT_TRUE(Stream.ReadAscii(nValue, ';'));
-    EXPECT_EQ(nValue, 16) << "a token that doesn't parse leaves the target";
-    EXPECT_EQ(Stream.GetFilePointerPos(), 15u) << "and the stream behind its delimiter";
+    EXPECT_EQ(Ints(Stream, ';', 3), "8|16|16");
+    EXPECT_EQ(Stream.GetFilePointerPos(), 15u);
     long lValue = 0;
-    EXPECT_TRUE(Stream.ReadAscii(lValue, ';'));
-    EXPECT_EQ(lValue, 12L);
     unsigned long ulValue = 0;
-    EXPECT_TRUE(Stream.ReadAscii(ulValue, ';'));
+    EXPECT_TRUE(Stream.ReadAscii(lValue, ';') && Stream.ReadAscii(ulValue, ';'));
+    EXPECT_EQ(lValue, 12L);
     EXPECT_EQ(ulValue, 4000000000UL);
-    EXPECT_TRUE(Stream.ReadAscii(nValue, ';'));
-    EXPECT_EQ(nValue, 7) << "a comment before the token is skipped";
-    EXPECT_TRUE(Stream.ReadAscii(nValue, ';'));
-    EXPECT_EQ(nValue, 7) << "a comment inside the token is part of it";
-    EXPECT_TRUE(Stream.ReadAscii(nValue, ','));
-    EXPECT_EQ(nValue, 8);
-    EXPECT_TRUE(Stream.ReadAscii(nValue, ';'));
-    EXPECT_EQ(nValue, 8) << "a token longer than any number is consumed and ignored";
-    EXPECT_FALSE(Stream.ReadAscii(nValue, ';')) << "the end of the stream inside a token";
-    EXPECT_EQ(nValue, 8);
+    EXPECT_EQ(Ints(Stream, ';', 2), "7|7");
+    EXPECT_EQ(Ints(Stream, ',', 1), "8");
+    EXPECT_EQ(Ints(Stream, ';', 2, 8), "8|!8") << "the end of the stream inside a token";
     Stream.StepBack();
     EXPECT_EQ(Stream.GetFilePointerPos(), Stream.GetSize() - 2);
-    EXPECT_FALSE(Stream.ReadAscii(nValue, ';'));
+    EXPECT_EQ(Ints(Stream, ';', 1, 8), "!8");
 
     CTextStream Empty("  ;");
     float fValue = 2.0f;
     EXPECT_TRUE(Empty.ReadAscii(fValue, ';'));
-    EXPECT_EQ(fValue, 2.0f);
     EXPECT_FALSE(Empty.ReadAscii(fValue, ';'));
+    EXPECT_EQ(fValue, 2.0f);
 }
 
 TEST(FileIOTextForm, EveryFloatAndIntegerReadsBack)
@@ -140,23 +148,22 @@ TEST(FileIOTextForm, EveryFloatAndIntegerReadsBack)
                              1.0e-10f,
                              0.00004f,
                              FLT_MIN,
-                             std::numeric_limits<float>::denorm_min(),
-                             -std::numeric_limits<float>::denorm_min(),
                              FLT_MAX,
                              -FLT_MAX,
                              1.0e30f,
                              16777217.0f,
+                             std::numeric_limits<float>::denorm_min(),
+                             -std::numeric_limits<float>::denorm_min(),
                              std::numeric_limits<float>::infinity(),
                              -std::numeric_limits<float>::infinity()};
     CMemFileIO Stream;
     for (float const fValue : aFloats)
         ASSERT_TRUE(Stream.WriteAscii(fValue));
     ASSERT_TRUE(Stream.WriteAscii(std::numeric_limits<float>::quiet_NaN()));
-    int const aInts[] = {0, -1, 2147483647, -2147483647 - 1};
-    for (int const nValue : aInts)
+    for (int const nValue : {0, -1, 2147483647, -2147483647 - 1})
         ASSERT_TRUE(Stream.WriteAscii(nValue));
-    ASSERT_TRUE(Stream.WriteAscii(static_cast<long>(-2147483647 - 1)));
-    ASSERT_TRUE(Stream.WriteAscii(4294967295UL));
+    ASSERT_TRUE(Stream.WriteAscii(static_cast<long>(-2147483647 - 1)) &&
+                Stream.WriteAscii(4294967295UL));
 
     ASSERT_TRUE(Stream.SetFilePointerPos(0));
     for (float const fWritten : aFloats)
@@ -173,16 +180,10 @@ TEST(FileIOTextForm, EveryFloatAndIntegerReadsBack)
     float fNan = 0;
     ASSERT_TRUE(Stream.ReadAscii(fNan, ';'));
     EXPECT_TRUE(std::isnan(fNan));
-    for (int const nExpected : aInts)
-    {
-        int nValue = 42;
-        ASSERT_TRUE(Stream.ReadAscii(nValue, ';'));
-        EXPECT_EQ(nValue, nExpected);
-    }
+    EXPECT_EQ(Ints(Stream, ';', 4), "0|-1|2147483647|-2147483648");
     long lValue = 0;
     unsigned long ulValue = 0;
-    ASSERT_TRUE(Stream.ReadAscii(lValue, ';'));
-    ASSERT_TRUE(Stream.ReadAscii(ulValue, ';'));
+    ASSERT_TRUE(Stream.ReadAscii(lValue, ';') && Stream.ReadAscii(ulValue, ';'));
     EXPECT_EQ(lValue, -2147483647L - 1);
     EXPECT_EQ(ulValue, 4294967295UL);
     EXPECT_EQ(Stream.GetFilePointerPos(), Stream.GetSize() - 1) << "the last blank is left";
@@ -190,20 +191,14 @@ TEST(FileIOTextForm, EveryFloatAndIntegerReadsBack)
 
 TEST(FileIOTextForm, CharactersSkipWhiteSpaceAndComments)
 {
+    // White space behind a comment is skipped whatever was asked; a lone slash is an
+    // ordinary byte; a byte above 127 ends a comment.
     CTextStream Stream(" //x\r\n y/ x//a\xC8z//\n\t");
+    std::string sRead;
     char c = 0;
-    EXPECT_TRUE(Stream.ReadAscii(c, false));
-    EXPECT_EQ(c, ' ');
-    EXPECT_TRUE(Stream.ReadAscii(c, false));
-    EXPECT_EQ(c, 'y') << "white space behind a comment is skipped whatever was asked";
-    EXPECT_TRUE(Stream.ReadAscii(c, true));
-    EXPECT_EQ(c, '/') << "a lone slash is an ordinary byte";
-    EXPECT_TRUE(Stream.ReadAscii(c, true));
-    EXPECT_EQ(c, 'x');
-    EXPECT_TRUE(Stream.ReadAscii(c, true));
-    EXPECT_EQ(c, 'z') << "a byte above 127 ends a comment";
-    EXPECT_FALSE(Stream.ReadAscii(c, true)) << "only a comment and white space are left";
-
+    for (bool const bSkip : {false, false, true, true, true, true})
+        sRead += Stream.ReadAscii(c, bSkip) ? c : '!';
+    EXPECT_EQ(sRead, " y/xz!");
     CTextStream Open("//no line end");
     EXPECT_FALSE(Open.ReadAscii(c, true));
 
@@ -218,55 +213,32 @@ TEST(FileIOTextForm, CharactersSkipWhiteSpaceAndComments)
 
 TEST(FileIOTextForm, StringsAreQuotedWithEscapesAndEndAtASemicolon)
 {
+    // What stands between the closing quote and the semicolon goes; an unknown escape
+    // stays as it stands; the last string has no semicolon behind it.
     CTextStream Stream(
         "\"a\\tb\"; \"a\\qb\"; \"a;b\"; \"a\"xyz; //c\n\"\\a\\b\\f\\n\\r\\t\\v\\'\\\"\\\\\";"
         "\"line\r\nbreak\"; \"end\"");
-    CZRString sValue;
-    EXPECT_TRUE(Stream.ReadAscii(sValue));
-    EXPECT_EQ(Text(sValue), "a\tb");
-    EXPECT_TRUE(Stream.ReadAscii(sValue));
-    EXPECT_EQ(Text(sValue), "a\\qb");
-    EXPECT_TRUE(Stream.ReadAscii(sValue));
-    EXPECT_EQ(Text(sValue), "a;b");
-    EXPECT_TRUE(Stream.ReadAscii(sValue));
-    EXPECT_EQ(Text(sValue), "a") << "what stands between the quote and the semicolon goes";
-    EXPECT_TRUE(Stream.ReadAscii(sValue));
-    EXPECT_EQ(Text(sValue), "\a\b\f\n\r\t\v'\"\\");
-    EXPECT_TRUE(Stream.ReadAscii(sValue));
-    EXPECT_EQ(Text(sValue), "line\r\nbreak");
-    EXPECT_FALSE(Stream.ReadAscii(sValue)) << "no semicolon behind the string";
-    EXPECT_EQ(Text(sValue), "end");
+    EXPECT_EQ(Strings(Stream, 7), "a\tb|a\\qb|a;b|a|\a\b\f\n\r\t\v'\"\\|line\r\nbreak|!end");
+    // Behind the closing quote the escape state is never left again.
+    CTextStream Behind("\"a\"\\; \"b\"\\xy;");
+    EXPECT_EQ(Strings(Behind, 2), "a\\|b\\\\\\");
+    CTextStream Cut("\"abc");
+    EXPECT_EQ(Strings(Cut, 1), "!abc") << "the text so far stays";
+    std::string const sLong(100000, 'L');
+    CTextStream Long("\"" + sLong + "\";");
+    EXPECT_TRUE(Strings(Long, 1) == sLong);
 
     CTextStream Unquoted("  x\"a\";");
-    sValue = "kept";
-    EXPECT_FALSE(Unquoted.ReadAscii(sValue));
-    EXPECT_EQ(Text(sValue), "kept");
+    EXPECT_EQ(Strings(Unquoted, 1), "!kept");
     EXPECT_EQ(Unquoted.GetFilePointerPos(), 3u) << "behind the byte that was tried";
     Unquoted.StepBack();
     EXPECT_EQ(Unquoted.GetFilePointerPos(), 0u);
-
-    // Behind the closing quote the escape state is never left again.
-    CTextStream Behind("\"a\"\\; \"b\"\\xy;");
-    EXPECT_TRUE(Behind.ReadAscii(sValue));
-    EXPECT_EQ(Text(sValue), "a\\");
-    EXPECT_TRUE(Behind.ReadAscii(sValue));
-    EXPECT_EQ(Text(sValue), "b\\\\\\");
-
-    CTextStream Cut("\"abc");
-    EXPECT_FALSE(Cut.ReadAscii(sValue));
-    EXPECT_EQ(Text(sValue), "abc") << "the text so far stays";
-
-    std::string const sLong(100000, 'L');
-    CTextStream Long("\"" + sLong + "\";");
-    EXPECT_TRUE(Long.ReadAscii(sValue));
-    EXPECT_EQ(Text(sValue), sLong);
 }
 
 TEST(FileIOTextForm, ConstantsMatchByteByByte)
 {
     CTextStream Stream("k e y k e // note\ny ");
-    EXPECT_TRUE(Stream.ReadConstAscii(CZRString("key")));
-    EXPECT_TRUE(Stream.ReadConstAscii(CZRString("key")));
+    EXPECT_TRUE(Stream.ReadConstAscii(CZRString("key")) && Stream.ReadConstAscii(CZRString("key")));
     EXPECT_FALSE(Stream.ReadConstAscii('x')) << "at the end";
     EXPECT_TRUE(Stream.ReadConstAscii(' ')) << "at the end a blank is what is left";
 
@@ -285,37 +257,18 @@ TEST(FileIOTextForm, ConstantsMatchByteByByte)
 
 TEST(FileIOTextForm, ReadLineEndsAtEveryLineEnd)
 {
-    char szLine[16];
+    // The empty line between two line feeds disappears; a zero byte ends a line.
     CTextStream Stream("ab\r\ncd");
-    EXPECT_TRUE(Stream.ReadLine(szLine, sizeof(szLine)));
-    EXPECT_STREQ(szLine, "ab");
-    EXPECT_FALSE(Stream.ReadLine(szLine, sizeof(szLine)));
-    EXPECT_STREQ(szLine, "cd");
-
+    EXPECT_EQ(Lines(Stream, 16, 2), "ab|!cd");
     CTextStream Ends(std::string("a\rb\nc\n\nd\0e\r", 11));
-    EXPECT_TRUE(Ends.ReadLine(szLine, sizeof(szLine)));
-    EXPECT_STREQ(szLine, "a");
-    EXPECT_TRUE(Ends.ReadLine(szLine, sizeof(szLine)));
-    EXPECT_STREQ(szLine, "b");
-    EXPECT_TRUE(Ends.ReadLine(szLine, sizeof(szLine)));
-    EXPECT_STREQ(szLine, "c") << "the empty line between two line feeds disappears";
-    EXPECT_TRUE(Ends.ReadLine(szLine, sizeof(szLine)));
-    EXPECT_STREQ(szLine, "d") << "a zero byte ends the line";
-    EXPECT_TRUE(Ends.ReadLine(szLine, sizeof(szLine)));
-    EXPECT_STREQ(szLine, "e");
-    EXPECT_FALSE(Ends.ReadLine(szLine, sizeof(szLine)));
-    EXPECT_STREQ(szLine, "");
+    EXPECT_EQ(Lines(Ends, 16, 6), "a|b|c|d|e|!");
 
     CTextStream Short("abcd\nxy");
-    EXPECT_TRUE(Short.ReadLine(szLine, 1));
-    EXPECT_STREQ(szLine, "");
+    EXPECT_EQ(Lines(Short, 1, 1), "");
     EXPECT_EQ(Short.GetFilePointerPos(), 0u);
-    EXPECT_TRUE(Short.ReadLine(szLine, 3));
-    EXPECT_STREQ(szLine, "ab");
-    EXPECT_TRUE(Short.ReadLine(szLine, 3));
-    EXPECT_STREQ(szLine, "cd");
+    EXPECT_EQ(Lines(Short, 3, 2), "ab|cd");
     EXPECT_EQ(Short.GetFilePointerPos(), 5u);
-    EXPECT_FALSE(Short.ReadLine(nullptr, 3));
-    EXPECT_FALSE(Short.ReadLine(szLine, 0));
+    char szLine[4];
+    EXPECT_FALSE(Short.ReadLine(nullptr, 3) || Short.ReadLine(szLine, 0));
     EXPECT_EQ(Short.GetFilePointerPos(), 5u);
 }

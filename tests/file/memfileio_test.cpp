@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <cstring>
 #include <string>
 
@@ -21,46 +22,48 @@ std::string Contents(CMemFileIO const & Stream)
 {
     return std::string(reinterpret_cast<char const *>(Stream.GetBuffer()), Stream.GetSize());
 }
+
+// The position, the size of the data and the size of the block, as "pos/size/block".
+std::string State(CMemFileIO const & Stream)
+{
+    return std::to_string(Stream.GetFilePointerPos()) + "/" + std::to_string(Stream.GetSize()) +
+           "/" + std::to_string(Stream.GetBufferSize());
+}
+
+// Writes nSize bytes of cFill and gives the state behind the write.
+std::string WriteAndState(CMemFileIO & Stream, std::uint32_t nSize, char cFill = 'd')
+{
+    std::string const sData(nSize, cFill);
+    EXPECT_TRUE(Stream.Write(sData.data(), nSize));
+    return State(Stream);
+}
 } // namespace
 
-TEST(MemFileIO, GrowsLinearlyByItsStep)
+TEST(MemFileIO, GrowsLinearlyByItsStepFromTheCapacityThereIs)
 {
     CMemFileIO Stream;
     EXPECT_EQ(Stream.GetBuffer(), nullptr);
     EXPECT_EQ(static_cast<void *>(Stream), nullptr);
-    EXPECT_EQ(Stream.GetBufferSize(), 0u);
-    EXPECT_EQ(Stream.GetSize(), 0u);
-    EXPECT_TRUE(Stream.IsEof());
-    EXPECT_TRUE(Stream.IsOpened());
+    EXPECT_EQ(State(Stream), "0/0/0");
+    EXPECT_TRUE(Stream.IsEof() && Stream.IsOpened());
     char cByte = 0;
     EXPECT_FALSE(Stream.Read(&cByte, 1));
-
-    EXPECT_TRUE(Stream.Write("x", 1));
-    EXPECT_EQ(Stream.GetBufferSize(), 1024u);
-    EXPECT_EQ(Stream.GetSize(), 1u);
-    EXPECT_EQ(Stream.GetFilePointerPos(), 1u);
-
-    std::string const sBlock(2047, 'b');
-    EXPECT_TRUE(Stream.Write(sBlock.data(), 1024));
-    EXPECT_EQ(Stream.GetBufferSize(), 2048u);
-    EXPECT_TRUE(Stream.Write(sBlock.data(), 1023));
-    EXPECT_EQ(Stream.GetBufferSize(), 2048u) << "a write that ends at the capacity fits";
-    EXPECT_TRUE(Stream.Write("c", 1));
+    // A write that ends at the capacity fits.
+    EXPECT_EQ(WriteAndState(Stream, 1, 'a'), "1/1/1024");
+    EXPECT_EQ(WriteAndState(Stream, 1024, 'b'), "1025/1025/2048");
+    EXPECT_EQ(WriteAndState(Stream, 1023, 'c'), "2048/2048/2048");
+    EXPECT_EQ(WriteAndState(Stream, 1, 'e'), "2049/2049/3072");
+    EXPECT_EQ(Contents(Stream), "a" + std::string(1024, 'b') + std::string(1023, 'c') + "e");
+    // An end beyond 32 bits is a block that can't be had.
+    EXPECT_TRUE(Stream.SetFilePointerPos(UINT32_MAX));
+    EXPECT_EQ(ErrorCodeOf([&] { Stream.Write("x", 1); }), 4601u);
     EXPECT_EQ(Stream.GetBufferSize(), 3072u);
-    EXPECT_EQ(Stream.GetSize(), 2049u);
-    EXPECT_EQ(Contents(Stream), "x" + sBlock + "c");
 
     // From the capacity there is, not from a multiple of the step.
     CMemFileIO Attached(NewBlock(30, 'a'), 30, 100);
-    std::string const sData(31, 'd');
-    EXPECT_TRUE(Attached.Write(sData.data(), 31));
-    EXPECT_EQ(Attached.GetBufferSize(), 130u);
-    EXPECT_TRUE(Attached.Write(sData.data(), 31));
-    EXPECT_TRUE(Attached.Write(sData.data(), 31));
-    EXPECT_TRUE(Attached.Write(sData.data(), 31));
-    EXPECT_EQ(Attached.GetBufferSize(), 130u);
-    EXPECT_TRUE(Attached.Write(sData.data(), 7));
-    EXPECT_EQ(Attached.GetBufferSize(), 230u);
+    EXPECT_EQ(WriteAndState(Attached, 31), "31/31/130");
+    EXPECT_EQ(WriteAndState(Attached, 93), "124/124/130");
+    EXPECT_EQ(WriteAndState(Attached, 7), "131/131/230");
     MEM_Free(Attached.Detach());
 }
 
@@ -70,31 +73,25 @@ TEST(MemFileIO, AFixedBlockIsDataThatCannotGrow)
     for (int i = 0; i < 100; ++i)
         aBlock[i] = static_cast<unsigned char>(i);
     CMemFileIO Stream(aBlock, 100, 0);
-    EXPECT_EQ(Stream.GetSize(), 100u);
     EXPECT_EQ(Stream.GetBuffer(), aBlock);
     unsigned char aRead[4] = {};
     EXPECT_TRUE(Stream.Read(aRead, 4));
     EXPECT_EQ(aRead[3], 3);
-
-    std::string const sData(100, 'w');
+    EXPECT_EQ(State(Stream), "4/100/100");
     EXPECT_TRUE(Stream.SetFilePointerPos(0));
-    EXPECT_TRUE(Stream.Write(sData.data(), 100));
+    EXPECT_EQ(WriteAndState(Stream, 100, 'w'), "100/100/100");
     EXPECT_EQ(aBlock[99], 'w');
     EXPECT_EQ(ErrorCodeOf([&] { Stream.Write("x", 1); }), 4600u);
-    EXPECT_EQ(Stream.GetFilePointerPos(), 100u);
-    EXPECT_EQ(Stream.GetSize(), 100u);
     EXPECT_EQ(ErrorCodeOf([&] { Stream.SetSize(101); }), 4600u);
+    EXPECT_EQ(State(Stream), "100/100/100");
 
     // A block with a step is an empty file in a ready block, grown by reallocation.
-    unsigned char * pBlock = NewBlock(100, 'z');
     CMemFileIO Growing;
-    Growing.Attach(pBlock, 100, 64);
-    EXPECT_EQ(Growing.GetSize(), 0u);
+    Growing.Attach(NewBlock(100, 'z'), 100, 64);
+    EXPECT_EQ(State(Growing), "0/0/100");
     EXPECT_FALSE(Growing.Read(aRead, 1));
-    std::string const sLong(101, 'g');
-    EXPECT_TRUE(Growing.Write(sLong.data(), 101));
-    EXPECT_EQ(Growing.GetBufferSize(), 164u);
-    EXPECT_EQ(Contents(Growing), sLong);
+    EXPECT_EQ(WriteAndState(Growing, 101, 'g'), "101/101/164");
+    EXPECT_EQ(Contents(Growing), std::string(101, 'g'));
     MEM_Free(Growing.Detach());
 }
 
@@ -106,9 +103,8 @@ TEST(MemFileIO, PositionsMayPassTheEndOfTheData)
     EXPECT_TRUE(Stream.IsEof());
     char cByte = 0;
     EXPECT_FALSE(Stream.Read(&cByte, 1));
-    EXPECT_EQ(Stream.GetSize(), 10u);
-    EXPECT_TRUE(Stream.Write("!", 1));
-    EXPECT_EQ(Stream.GetSize(), 1001u);
+    EXPECT_EQ(State(Stream), "1000/10/1024");
+    EXPECT_EQ(WriteAndState(Stream, 1, '!'), "1001/1001/1024");
     EXPECT_EQ(Stream.GetBuffer()[1000], '!');
 
     EXPECT_TRUE(Stream.SetFilePointerPos(0));
@@ -128,47 +124,33 @@ TEST(MemFileIO, PositionsMayPassTheEndOfTheData)
     EXPECT_TRUE(Stream.SetFilePointerPos(998));
     EXPECT_EQ(Stream.ReadRaw(aRead, 1, 10), 3);
     EXPECT_EQ(Stream.ReadRaw(aRead, 1, 10), 0);
-    EXPECT_TRUE(Stream.Read(nullptr, 0));
-    EXPECT_TRUE(Stream.Write(nullptr, 0));
-}
+    EXPECT_TRUE(Stream.Read(nullptr, 0) && Stream.Write(nullptr, 0));
 
-TEST(MemFileIO, SetSizeMovesThePositionButNeverShrinksTheBlock)
-{
-    CMemFileIO Stream;
-    std::string const sData(30, 's');
-    ASSERT_TRUE(Stream.Write(sData.data(), 30));
+    // SetSize moves the position but never shrinks the block.
     EXPECT_TRUE(Stream.SetFilePointerPos(20));
     Stream.SetSize(10);
-    EXPECT_EQ(Stream.GetFilePointerPos(), 10u);
-    EXPECT_EQ(Stream.GetSize(), 10u);
+    EXPECT_EQ(State(Stream), "10/10/1024");
     unsigned char * pBlock = Stream.GetBuffer();
     Stream.SetSize(0);
     EXPECT_EQ(Stream.GetBuffer(), pBlock);
-    EXPECT_EQ(Stream.GetBufferSize(), 1024u);
     Stream.SetSize(1500);
-    EXPECT_EQ(Stream.GetSize(), 1500u);
-    EXPECT_EQ(Stream.GetBufferSize(), 2048u);
-    EXPECT_EQ(Stream.GetFilePointerPos(), 0u);
+    EXPECT_EQ(State(Stream), "0/1500/2048");
 }
 
 TEST(MemFileIO, DetachAndCloseEndTheStream)
 {
     CMemFileIO Stream;
     ASSERT_TRUE(Stream.Write("abc", 3));
-    EXPECT_EQ(Stream.GetSize(), 3u);
     unsigned char * pBlock = Stream.Detach();
     ASSERT_NE(pBlock, nullptr);
     EXPECT_EQ(std::memcmp(pBlock, "abc", 3), 0);
-    EXPECT_EQ(Stream.GetSize(), 0u);
-    EXPECT_EQ(Stream.GetBufferSize(), 0u);
-    EXPECT_EQ(Stream.GetFilePointerPos(), 0u);
+    EXPECT_EQ(State(Stream), "0/0/0");
     EXPECT_EQ(Stream.GetBuffer(), nullptr);
     MEM_Free(pBlock);
 
     // After a Detach the stream keeps its step but owns nothing, also what it
     // allocates later: Close leaves that block to the caller.
-    ASSERT_TRUE(Stream.Write("de", 2));
-    EXPECT_EQ(Stream.GetBufferSize(), 1024u);
+    EXPECT_EQ(WriteAndState(Stream, 2), "2/2/1024");
     pBlock = Stream.GetBuffer();
     EXPECT_TRUE(Stream.Close());
     EXPECT_EQ(Stream.GetBuffer(), nullptr);
@@ -176,10 +158,7 @@ TEST(MemFileIO, DetachAndCloseEndTheStream)
 
     CMemFileIO Closed;
     ASSERT_TRUE(Closed.Write("x", 1));
-    EXPECT_TRUE(Closed.Close());
-    EXPECT_TRUE(Closed.Close());
-    EXPECT_TRUE(Closed.IsOpened());
-    EXPECT_TRUE(Closed.Write("", 0));
+    EXPECT_TRUE(Closed.Close() && Closed.Close() && Closed.IsOpened() && Closed.Write("", 0));
     EXPECT_EQ(ErrorCodeOf([&] { Closed.Write("x", 1); }), 4600u);
     EXPECT_TRUE(Closed.Open("ignored", 0));
     EXPECT_EQ(ErrorCodeOf([&] { Closed.Write("x", 1); }), 4600u);
@@ -215,12 +194,9 @@ TEST(MemFileIO, ACopyOwnsACopyOfAnOwnedBlockAndSharesAnAttachedOne)
 TEST(MemFileIO, InheritsTheBinaryStoredForms)
 {
     CMemFileIO Stream(16);
-    vector4 const v4 = {1, 2, 3, 4};
-    EXPECT_TRUE(Stream.Write(v4));
-    EXPECT_TRUE(Stream.Write(4000000000UL));
-    EXPECT_TRUE(Stream.Write(CZRString("text")));
-    EXPECT_EQ(Stream.GetSize(), 16u + 4u + 8u);
-    EXPECT_EQ(Stream.GetBufferSize(), 32u);
+    EXPECT_TRUE(Stream.Write(vector4{1, 2, 3, 4}) && Stream.Write(4000000000UL) &&
+                Stream.Write(CZRString("text")));
+    EXPECT_EQ(State(Stream), "28/28/32");
     EXPECT_TRUE(Stream.SetFilePointerPos(0));
     vector4 r4 = {};
     unsigned long ulValue = 0;

@@ -17,16 +17,8 @@ namespace
 {
 using Names = std::vector<std::string>;
 
-struct sCall
-{
-    eScannerMode eMode;
-    std::string sFileName;
-    std::string sDirectory;
-    std::string sSearchPath;
-    std::thread::id ThreadId;
-};
-
-// Collects the callbacks of one scan from whatever thread makes them; a test waits for
+// Collects the callbacks of one scan from whatever thread makes them: a file as its
+// name, the other calls as "<started>", "<finished>" or "<stopped>". A test waits for
 // the end of a threaded scan with a time limit, so that no test can hang.
 class CRecorder
 {
@@ -34,18 +26,23 @@ public:
     static void Callback(eScannerMode eMode, sFileData * pData, unsigned long ulUser)
     {
         CRecorder * const pThis = reinterpret_cast<CRecorder *>(ulUser);
-        sCall Call{eMode, "", "", "", std::this_thread::get_id()};
-        if (pData != nullptr)
-        {
-            EXPECT_TRUE(pData->m_sSubDirectory.IsEmpty());
-            Call.sFileName = pData->m_sFileName.GetString();
-            Call.sDirectory = pData->m_sDirectory.GetString();
-            Call.sSearchPath = pData->m_sSearchPath.GetString();
-        }
         if (eMode == SCAN_FILE && pThis->m_bStopAtFirstFile)
             CZRFileScanner::StopThread();
         std::lock_guard<std::mutex> Lock(pThis->m_Mutex);
-        pThis->m_vCalls.push_back(Call);
+        pThis->m_ThreadId = std::this_thread::get_id();
+        if (pData == nullptr)
+        {
+            pThis->m_vCalls.push_back(eMode == SCAN_STARTED    ? "<started>"
+                                      : eMode == SCAN_FINISHED ? "<finished>"
+                                                               : "<stopped>");
+        }
+        else
+        {
+            EXPECT_TRUE(pData->m_sSubDirectory.IsEmpty());
+            pThis->m_vCalls.push_back(pData->m_sFileName.GetString());
+            pThis->m_vPlaces.push_back(std::string(pData->m_sDirectory.GetString()) + " " +
+                                       pData->m_sSearchPath.GetString());
+        }
         pThis->m_Changed.notify_all();
     }
     unsigned long User() { return reinterpret_cast<unsigned long>(this); }
@@ -57,32 +54,35 @@ public:
                                   [this]
                                   {
                                       return !m_vCalls.empty() &&
-                                             (m_vCalls.back().eMode == SCAN_FINISHED ||
-                                              m_vCalls.back().eMode == SCAN_STOPPED);
+                                             (m_vCalls.back() == "<finished>" ||
+                                              m_vCalls.back() == "<stopped>");
                                   });
     }
-    std::vector<sCall> Calls()
+    Names Calls()
     {
         std::lock_guard<std::mutex> Lock(m_Mutex);
         return m_vCalls;
     }
-    Names Files(bool bSorted = true)
+    // The names of the files reported, or their "directory search-path", sorted.
+    Names Files(bool bPlaces = false)
     {
-        Names vNames;
-        for (sCall const & Call : Calls())
-            if (Call.eMode == SCAN_FILE)
-                vNames.push_back(Call.sFileName);
-        if (bSorted)
-            std::sort(vNames.begin(), vNames.end());
+        std::lock_guard<std::mutex> Lock(m_Mutex);
+        Names vNames = bPlaces ? m_vPlaces : m_vCalls;
+        vNames.erase(std::remove_if(vNames.begin(), vNames.end(),
+                                    [](std::string const & s) { return s[0] == '<'; }),
+                     vNames.end());
+        std::sort(vNames.begin(), vNames.end());
         return vNames;
     }
 
     bool m_bStopAtFirstFile = false;
+    std::thread::id m_ThreadId;
 
 private:
     std::mutex m_Mutex;
     std::condition_variable m_Changed;
-    std::vector<sCall> m_vCalls;
+    Names m_vCalls;
+    Names m_vPlaces;
 };
 
 Names ScanFiles(CZRFileScanner & Scanner)
@@ -99,20 +99,15 @@ TEST(ZRFileScanner, FilesComeBeforeSubdirectoriesAndDotDirectoriesAreSkipped)
     for (char const * szName : {"a", "b", ".profile", "s/c", ".git/hidden"})
         Temp.WriteFile(std::string("top/") + szName, "");
     std::string const sTop = Temp / "top";
-
     CZRFileScanner Scanner;
     Scanner.AddScanDirectory(sTop.c_str(), "*.*");
     CRecorder Recorder;
     Scanner.Run(CRecorder::Callback, Recorder.User());
     EXPECT_EQ(Recorder.Files(), (Names{".profile", "a", "b", "c"}));
-    EXPECT_EQ(Recorder.Files(false).back(), "c");
-    for (sCall const & Call : Recorder.Calls())
-    {
-        std::string const sDirectory = Call.sFileName == "c" ? sTop + "\\s" : sTop;
-        EXPECT_EQ(Call.sDirectory, sDirectory);
-        EXPECT_EQ(Call.sSearchPath, sDirectory + "\\*.*");
-    }
-
+    EXPECT_EQ(Recorder.Calls().back(), "c");
+    std::string const sPlace = sTop + " " + sTop + "\\*.*";
+    std::string const sSub = sTop + "\\s " + sTop + "\\s\\*.*";
+    EXPECT_EQ(Recorder.Files(true), (Names{sPlace, sPlace, sPlace, sSub}));
     Scanner.SetIncludeSubDirs(false);
     EXPECT_EQ(ScanFiles(Scanner), (Names{".profile", "a", "b"}));
 }
@@ -125,22 +120,22 @@ TEST(ZRFileScanner, MasksFollowTheWindowsRules)
     std::filesystem::create_symlink(Temp / "a.txt", Temp / "link.txt");
     std::filesystem::create_directory_symlink(Temp / "sub", Temp / "linkdir.txt");
     std::filesystem::create_symlink(Temp / "missing", Temp / "broken.txt");
-
-    auto Scan = [&Temp](char const * szMask)
-    {
-        CZRFileScanner Scanner;
-        Scanner.AddScanDirectory(Temp.Path().c_str(), szMask);
-        return ScanFiles(Scanner);
-    };
     // A subdirectory is entered whatever its name, a directory matching the mask is not
     // a file, a link counts as its target, and a link to a directory is not seen at all.
-    EXPECT_EQ(Scan("*.txt"), (Names{"a.txt", "ab.TXT", "c.txt", "d.txt", "link.txt"}));
-    EXPECT_EQ(Scan("?.TxT"), (Names{"a.txt", "c.txt", "d.txt"}));
-    EXPECT_EQ(Scan("*.*"),
-              (Names{"a.txt", "ab.TXT", "b.dat", "c.txt", "d.txt", "link.txt", "noext"}));
-    EXPECT_EQ(Scan("*"), Scan("*.*"));
-    EXPECT_EQ(Scan("a*t"), (Names{"a.txt", "ab.TXT"}));
-    EXPECT_EQ(Scan(""), Names{});
+    Names const vAll{"a.txt", "ab.TXT", "b.dat", "c.txt", "d.txt", "link.txt", "noext"};
+    std::pair<char const *, Names> const aRows[] = {
+        {"*.txt", {"a.txt", "ab.TXT", "c.txt", "d.txt", "link.txt"}},
+        {"?.TxT", {"a.txt", "c.txt", "d.txt"}},
+        {"*.*", vAll},
+        {"*", vAll},
+        {"a*t", {"a.txt", "ab.TXT"}},
+        {"", {}}};
+    for (auto const & Row : aRows)
+    {
+        CZRFileScanner Scanner;
+        Scanner.AddScanDirectory(Temp.Path().c_str(), Row.first);
+        EXPECT_EQ(ScanFiles(Scanner), Row.second) << Row.first;
+    }
 }
 
 TEST(ZRFileScanner, EachDirectoryHasItsOwnMaskAndCountsUseTheArgument)
@@ -149,13 +144,12 @@ TEST(ZRFileScanner, EachDirectoryHasItsOwnMaskAndCountsUseTheArgument)
     for (char const * szName :
          {"one/x.txt", "one/y.dat", "one/in/z.dat", "one/.hidden/w.txt", "two/p.dat", "two/q.txt"})
         Temp.WriteFile(szName, "");
-
     CZRFileScanner Scanner;
     Scanner.AddScanDirectory((Temp / "one").c_str(), "*.txt");
     Scanner.AddScanDirectory((Temp / "two").c_str(), "*.dat");
     CRecorder Recorder;
     Scanner.Run(CRecorder::Callback, Recorder.User());
-    EXPECT_EQ(Recorder.Files(false), (Names{"x.txt", "p.dat"}));
+    EXPECT_EQ(Recorder.Calls(), (Names{"x.txt", "p.dat"}));
 
     int nFiles = -1;
     int nFolders = -1;
@@ -184,11 +178,8 @@ TEST(ZRFileScanner, EmptyListsAndMissingDirectoriesGiveNoFiles)
         CRecorder Recorder;
         pScanner->RunThread(CRecorder::Callback, Recorder.User(), nullptr);
         ASSERT_TRUE(Recorder.WaitForEnd());
-        std::vector<sCall> const vCalls = Recorder.Calls();
-        ASSERT_EQ(vCalls.size(), 2u);
-        EXPECT_EQ(vCalls[0].eMode, SCAN_STARTED);
-        EXPECT_EQ(vCalls[1].eMode, SCAN_FINISHED);
-        EXPECT_NE(vCalls[0].ThreadId, std::this_thread::get_id());
+        EXPECT_EQ(Recorder.Calls(), (Names{"<started>", "<finished>"}));
+        EXPECT_NE(Recorder.m_ThreadId, std::this_thread::get_id());
     }
 }
 
@@ -221,11 +212,7 @@ TEST(ZRFileScanner, ThreadedScanWaitsForItsEventAndUsesASnapshot)
 
     Start.Set();
     ASSERT_TRUE(Recorder.WaitForEnd());
-    std::vector<sCall> const vCalls = Recorder.Calls();
-    ASSERT_EQ(vCalls.size(), 3u);
-    EXPECT_EQ(vCalls[0].eMode, SCAN_STARTED);
-    EXPECT_EQ(vCalls[1].sFileName, "a");
-    EXPECT_EQ(vCalls[2].eMode, SCAN_FINISHED);
+    EXPECT_EQ(Recorder.Calls(), (Names{"<started>", "a", "<finished>"}));
 }
 
 TEST(ZRFileScanner, StopEndsTheWalkWithScanStopped)
@@ -248,14 +235,11 @@ TEST(ZRFileScanner, StopEndsTheWalkWithScanStopped)
     // The stop is tested only behind the second hit, so each directory searched reports
     // two files: s1, s2 (listed before the stop) and the second scan directory. Nothing
     // below them is entered.
-    std::vector<sCall> const vCalls = Recorder.Calls();
-    EXPECT_EQ(vCalls.front().eMode, SCAN_STARTED);
-    EXPECT_EQ(vCalls.back().eMode, SCAN_STOPPED);
+    EXPECT_EQ(Recorder.Calls().front(), "<started>");
+    EXPECT_EQ(Recorder.Calls().back(), "<stopped>");
     Names vDirectories;
-    for (sCall const & Call : vCalls)
-        if (Call.eMode == SCAN_FILE)
-            vDirectories.push_back(Call.sDirectory);
-    std::sort(vDirectories.begin(), vDirectories.end());
+    for (std::string const & sPlace : Recorder.Files(true))
+        vDirectories.push_back(sPlace.substr(0, sPlace.find(' ')));
     std::string const sTop = Temp / "top";
     EXPECT_EQ(vDirectories, (Names{Temp / "second", Temp / "second", sTop + "\\s1", sTop + "\\s1",
                                    sTop + "\\s2", sTop + "\\s2"}));
