@@ -2,12 +2,16 @@
 
 #include "common/kernel/memory.h"
 #include "common/platform/largeblock.h"
+#include "common/platform/rawfile.h"
 
 namespace
 {
 // Below this a block of the MEM_ heap serves; above it a large block, whose first touch
 // costs far fewer page faults.
 constexpr std::uint32_t LARGE_BUFFER = 1u << 20;
+// From this size on a file is mapped rather than copied: below it, the copy stays in
+// the cache and costs less than setting up and tearing down a mapping.
+constexpr std::uint32_t VIEW_SIZE = 1u << 20;
 
 void * s_pBuffer = nullptr;
 std::uint32_t s_ulBufferSize = 0;
@@ -34,4 +38,27 @@ void ARCHIVE_ReleaseCopyBuffer()
         MEM_Free(s_pBuffer);
     s_pBuffer = nullptr;
     s_ulBufferSize = 0;
+}
+
+bool CArchiveData::Read(int nFile, std::uint64_t ullFileSize, std::uint64_t ullOffset,
+                        std::uint32_t ulSize)
+{
+    PLATFORM_UnmapFileRange(m_View);
+    m_pData = nullptr;
+    if (ulSize == 0)
+        return true;
+    if (ullOffset > ullFileSize || ullFileSize - ullOffset < ulSize)
+        return false;
+    // A mapping that can't be had (memory, or a file system without mappings) leaves
+    // the copy, which reports a failure to read as before.
+    if (ulSize >= VIEW_SIZE && PLATFORM_MapFileRange(nFile, ullOffset, ulSize, m_View))
+    {
+        m_pData = m_View.pData;
+        return true;
+    }
+    void * const pBuffer = ARCHIVE_CopyBuffer(ulSize);
+    if (pBuffer == nullptr || !PLATFORM_ReadFileAt(nFile, pBuffer, ulSize, ullOffset))
+        return false;
+    m_pData = pBuffer;
+    return true;
 }

@@ -15,9 +15,8 @@
 #include "common/kernel/memory.h"
 #include "common/kernel/text.h"
 #include "common/platform/currentdir.h"
-#include "common/platform/fileopen.h"
+#include "common/platform/rawfile.h"
 #include "common/platform/splitpath.h"
-#include "common/platform/streamio.h"
 
 static char const s_szSourceFile[] = "common/file/extendedfilesystem";
 
@@ -35,29 +34,22 @@ bool IsSafeName(char const * szName)
            std::strpbrk(szName, "/\\") == nullptr;
 }
 
-std::uint64_t StreamLength(std::FILE * pStream)
-{
-    if (std::fseek(pStream, 0, SEEK_END) != 0)
-        return 0;
-    long const lEnd = std::ftell(pStream);
-    return lEnd > 0 ? static_cast<std::uint64_t>(lEnd) : 0;
-}
-// The archive's stream of one unit's file pass: opened at the unit's first file and
-// shared by its files, rather than opened again for each, which cost a path walk and
-// a few system calls per file; closed when the pass is left, also by an error.
-class CUnitStream
+// The archive file of one unit's file pass: opened at the unit's first file and shared
+// by its files, rather than opened again for each, which cost a path walk and a few
+// system calls per file; closed when the pass is left, also by an error.
+class CUnitFile
 {
 public:
-    CUnitStream() = default;
-    ~CUnitStream()
+    CUnitFile() = default;
+    ~CUnitFile()
     {
-        if (m_pStream != nullptr)
-            std::fclose(m_pStream);
+        if (m_nFile != -1)
+            PLATFORM_CloseFileDescriptor(m_nFile);
     }
-    CUnitStream(CUnitStream const &) = delete;
-    CUnitStream & operator=(CUnitStream const &) = delete;
+    CUnitFile(CUnitFile const &) = delete;
+    CUnitFile & operator=(CUnitFile const &) = delete;
 
-    std::FILE * m_pStream = nullptr;
+    int m_nFile = -1;
     std::uint64_t m_ullLength = 0;
 };
 } // namespace
@@ -119,12 +111,12 @@ void CExtendedFileSystem::RecursiveArchiveExtract(char const * szDirectory, sArc
     std::uint32_t const ulCount =
         pArchive->m_pEntries != nullptr ? pArchive->m_sHeader.m_ulEntryCount : 0;
     {
-        CUnitStream Stream;
+        CUnitFile File;
         for (std::uint32_t ulIndex = 0; ulIndex < ulCount; ++ulIndex)
         {
             if (pArchive->m_pEntries[ulIndex].m_bDirectory == 0)
-                ExtractEntry(pArchive, &pArchive->m_pEntries[ulIndex], Event, Stream.m_pStream,
-                             Stream.m_ullLength);
+                ExtractEntry(pArchive, &pArchive->m_pEntries[ulIndex], Event, File.m_nFile,
+                             File.m_ullLength);
         }
     }
     for (std::uint32_t ulIndex = 0; ulIndex < ulCount; ++ulIndex)
@@ -141,7 +133,7 @@ void CExtendedFileSystem::RecursiveArchiveExtract(char const * szDirectory, sArc
 }
 
 void CExtendedFileSystem::ExtractEntry(sArchiveInfo const * pArchive, sArchiveEntry const * pEntry,
-                                       sArchiveFileEvent & Event, std::FILE *& pArchiveFile,
+                                       sArchiveFileEvent & Event, int & nArchiveFile,
                                        std::uint64_t & ullArchiveLength)
 {
     if (!IsSafeName(pEntry->m_szName))
@@ -151,34 +143,26 @@ void CExtendedFileSystem::ExtractEntry(sArchiveInfo const * pArchive, sArchiveEn
         ARCHIVE_CopyTextCut(Event.m_szFileName, sizeof(Event.m_szFileName), pEntry->m_szName);
         Notify(XFS_NOTIFY_EXTRACTFILE, reinterpret_cast<unsigned long>(&Event), 0);
     }
-    if (pArchiveFile == nullptr)
+    if (nArchiveFile == -1)
     {
-        pArchiveFile = PLATFORM_OpenFile(pArchive->m_szPath, "rb");
-        if (pArchiveFile == nullptr)
+        nArchiveFile = PLATFORM_OpenFileForReading(pArchive->m_szPath, ullArchiveLength);
+        if (nArchiveFile == -1)
             ThrowException(4010, __LINE__, s_szSourceFile, "Could not open file.");
-        // Each entry is read whole in one go: a buffer of the stream's own would only
-        // add a copy, and reads of whole blocks around each seek.
-        std::setvbuf(pArchiveFile, nullptr, _IONBF, 0);
-        ullArchiveLength = StreamLength(pArchiveFile);
     }
     std::uint64_t const ullFrom =
         static_cast<std::uint64_t>(pArchive->m_ulBaseOffset) + pEntry->m_ulOffset;
     std::uint32_t const ulSize = pEntry->m_ulSize;
     if (ullFrom + ulSize > ullArchiveLength)
         ThrowException(4006, __LINE__, s_szSourceFile, "Error reading from file.");
-    std::FILE * pFile = PLATFORM_OpenFile(pEntry->m_szName, "wb");
-    if (pFile == nullptr)
+    int const nFile = PLATFORM_CreateFileForWriting(pEntry->m_szName);
+    if (nFile == -1)
         ThrowException(4005, __LINE__, s_szSourceFile, s_szCreateError);
-    std::setvbuf(pFile, nullptr, _IONBF, 0);
 
-    void * const pBuffer = ARCHIVE_CopyBuffer(ulSize);
-    bool const bRead =
-        ulSize == 0 || (pBuffer != nullptr &&
-                        std::fseek(pArchiveFile, static_cast<long>(ullFrom), SEEK_SET) == 0 &&
-                        PLATFORM_ReadStream(pBuffer, ulSize, pArchiveFile) == ulSize);
+    CArchiveData Data;
+    bool const bRead = Data.Read(nArchiveFile, ullArchiveLength, ullFrom, ulSize);
     bool const bWritten =
-        bRead && (ulSize == 0 || PLATFORM_WriteStream(pBuffer, ulSize, pFile) == ulSize);
-    bool const bClosed = std::fclose(pFile) == 0;
+        bRead && (ulSize == 0 || PLATFORM_WriteFileData(nFile, Data.Get(), ulSize));
+    bool const bClosed = PLATFORM_CloseFileDescriptor(nFile);
     // Short reads and writes raise here, as they do in creation.
     if (!bRead)
         ThrowException(4006, __LINE__, s_szSourceFile, "Error reading from file.");

@@ -19,6 +19,7 @@
 #include "common/platform/dirsearch.h"
 #include "common/platform/fileopen.h"
 #include "common/platform/fullpath.h"
+#include "common/platform/rawfile.h"
 #include "common/platform/splitpath.h"
 #include "common/platform/streamio.h"
 
@@ -206,6 +207,14 @@ bool IsArchiveItself(char const * szName)
            Identity.m_ullInode == s_ArchiveIdentity.m_ullInode;
 }
 
+// A view of the file goes past the stream's buffer, whose copy would touch it.
+std::size_t WriteData(CArchiveData const & Data, std::uint32_t ulSize, std::FILE * pStream)
+{
+    if (Data.IsView())
+        return PLATFORM_WriteStreamThrough(Data.Get(), ulSize, pStream);
+    return PLATFORM_WriteStream(Data.Get(), ulSize, pStream);
+}
+
 std::uint64_t StreamPosition(std::FILE * pStream)
 {
     long const lPosition = std::ftell(pStream);
@@ -334,15 +343,13 @@ void CExtendedFileSystem::PackUnitFiles(std::FILE * pStream, std::uint64_t ullSt
         if (ullPosition + ullSize > UNIT_LIMIT)
             ThrowException(4007, __LINE__, s_szSourceFile, s_szWriteError);
         std::uint32_t const ulSize = static_cast<std::uint32_t>(ullSize);
-        std::FILE * pFile = PLATFORM_OpenFile(szName, "rb");
-        if (pFile == nullptr)
+        std::uint64_t ullFileSize = 0;
+        int const nFile = PLATFORM_OpenFileForReading(szName, ullFileSize);
+        if (nFile == -1)
             ThrowException(4010, __LINE__, s_szSourceFile, s_szOpenError);
-        // Read whole in one go: a buffer of the stream's own would only add a copy.
-        std::setvbuf(pFile, nullptr, _IONBF, 0);
-        void * const pBuffer = ARCHIVE_CopyBuffer(ulSize);
-        bool const bRead = ulSize == 0 || (pBuffer != nullptr &&
-                                           PLATFORM_ReadStream(pBuffer, ulSize, pFile) == ulSize);
-        std::fclose(pFile);
+        CArchiveData Data;
+        bool const bRead = Data.Read(nFile, ullFileSize, 0, ulSize);
+        PLATFORM_CloseFileDescriptor(nFile);
         if (!bRead)
             ThrowException(4006, __LINE__, s_szSourceFile, s_szReadError);
 
@@ -354,7 +361,7 @@ void CExtendedFileSystem::PackUnitFiles(std::FILE * pStream, std::uint64_t ullSt
             ARCHIVE_CopyTextCut(Event.m_szFileName, sizeof(Event.m_szFileName), szName);
             Notify(XFS_NOTIFY_ADDFILE, reinterpret_cast<unsigned long>(&Event), 0);
         }
-        if (ulSize > 0 && PLATFORM_WriteStream(pBuffer, ulSize, pStream) != ulSize)
+        if (ulSize > 0 && WriteData(Data, ulSize, pStream) != ulSize)
             ThrowException(4007, __LINE__, s_szSourceFile, s_szWriteError);
         ullPosition += ulSize;
         Entry.m_ulSize = ulSize;

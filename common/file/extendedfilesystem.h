@@ -198,9 +198,9 @@ private:
     char * FindFiles(char const * szMask, bool * pIsDirectory, std::uint64_t * pSize);
     // Archive extraction; archiveextractor.cpp.
     void RecursiveArchiveExtract(char const * szDirectory, sArchiveInfo * pArchive);
-    // Writes one file; pArchiveFile is the unit's archive stream, opened at its first use.
+    // Writes one file; nArchiveFile is the unit's archive file, opened at its first use.
     void ExtractEntry(sArchiveInfo const * pArchive, sArchiveEntry const * pEntry,
-                      sArchiveFileEvent & Event, std::FILE *& pArchiveFile,
+                      sArchiveFileEvent & Event, int & nArchiveFile,
                       std::uint64_t & ullArchiveLength);
     void CopyArchivesFrom(CExtendedFileSystem const & Other);
     void FreeArchives();
