@@ -34,24 +34,26 @@ bool IsSafeName(char const * szName)
            std::strpbrk(szName, "/\\") == nullptr;
 }
 
-// The archive file of one unit's file pass: opened at the unit's first file and shared
-// by its files, rather than opened again for each, which cost a path walk and a few
-// system calls per file; closed when the pass is left, also by an error.
-class CUnitFile
+// Where the bytes of a unit's files lie in the archive: from the first to the end of
+// the last; both 0 when it has none.
+void FileBytesOf(CExtendedFileSystem::sArchiveInfo const * pArchive, std::uint32_t ulCount,
+                 std::uint64_t & ullFrom, std::uint64_t & ullTo)
 {
-public:
-    CUnitFile() = default;
-    ~CUnitFile()
+    ullFrom = 0;
+    ullTo = 0;
+    for (std::uint32_t ulIndex = 0; ulIndex < ulCount; ++ulIndex)
     {
-        if (m_nFile != -1)
-            PLATFORM_CloseFileDescriptor(m_nFile);
+        CExtendedFileSystem::sArchiveEntry const & Entry = pArchive->m_pEntries[ulIndex];
+        if (Entry.m_bDirectory != 0 || Entry.m_ulSize == 0)
+            continue;
+        std::uint64_t const ullStart =
+            static_cast<std::uint64_t>(pArchive->m_ulBaseOffset) + Entry.m_ulOffset;
+        if (ullFrom == ullTo)
+            ullFrom = ullTo = ullStart;
+        ullFrom = ullStart < ullFrom ? ullStart : ullFrom;
+        ullTo = ullStart + Entry.m_ulSize > ullTo ? ullStart + Entry.m_ulSize : ullTo;
     }
-    CUnitFile(CUnitFile const &) = delete;
-    CUnitFile & operator=(CUnitFile const &) = delete;
-
-    int m_nFile = -1;
-    std::uint64_t m_ullLength = 0;
-};
+}
 } // namespace
 
 bool CExtendedFileSystem::ExtractArchive(char const * szArchive, char const * szTarget)
@@ -111,12 +113,14 @@ void CExtendedFileSystem::RecursiveArchiveExtract(char const * szDirectory, sArc
     std::uint32_t const ulCount =
         pArchive->m_pEntries != nullptr ? pArchive->m_sHeader.m_ulEntryCount : 0;
     {
-        CUnitFile File;
+        std::uint64_t ullFilesFrom = 0;
+        std::uint64_t ullFilesTo = 0;
+        FileBytesOf(pArchive, ulCount, ullFilesFrom, ullFilesTo);
+        CArchiveSource Source(ullFilesFrom, ullFilesTo);
         for (std::uint32_t ulIndex = 0; ulIndex < ulCount; ++ulIndex)
         {
             if (pArchive->m_pEntries[ulIndex].m_bDirectory == 0)
-                ExtractEntry(pArchive, &pArchive->m_pEntries[ulIndex], Event, File.m_nFile,
-                             File.m_ullLength);
+                ExtractEntry(pArchive, &pArchive->m_pEntries[ulIndex], Event, Source);
         }
     }
     for (std::uint32_t ulIndex = 0; ulIndex < ulCount; ++ulIndex)
@@ -133,8 +137,7 @@ void CExtendedFileSystem::RecursiveArchiveExtract(char const * szDirectory, sArc
 }
 
 void CExtendedFileSystem::ExtractEntry(sArchiveInfo const * pArchive, sArchiveEntry const * pEntry,
-                                       sArchiveFileEvent & Event, int & nArchiveFile,
-                                       std::uint64_t & ullArchiveLength)
+                                       sArchiveFileEvent & Event, CArchiveSource & Source)
 {
     if (!IsSafeName(pEntry->m_szName))
         ThrowException(4005, __LINE__, s_szSourceFile, s_szCreateError);
@@ -143,23 +146,19 @@ void CExtendedFileSystem::ExtractEntry(sArchiveInfo const * pArchive, sArchiveEn
         ARCHIVE_CopyTextCut(Event.m_szFileName, sizeof(Event.m_szFileName), pEntry->m_szName);
         Notify(XFS_NOTIFY_EXTRACTFILE, reinterpret_cast<unsigned long>(&Event), 0);
     }
-    if (nArchiveFile == -1)
-    {
-        nArchiveFile = PLATFORM_OpenFileForReading(pArchive->m_szPath, ullArchiveLength);
-        if (nArchiveFile == -1)
-            ThrowException(4010, __LINE__, s_szSourceFile, "Could not open file.");
-    }
+    if (!Source.IsOpen() && !Source.Open(pArchive->m_szPath))
+        ThrowException(4010, __LINE__, s_szSourceFile, "Could not open file.");
     std::uint64_t const ullFrom =
         static_cast<std::uint64_t>(pArchive->m_ulBaseOffset) + pEntry->m_ulOffset;
     std::uint32_t const ulSize = pEntry->m_ulSize;
-    if (ullFrom + ulSize > ullArchiveLength)
+    if (ullFrom + ulSize > Source.Length())
         ThrowException(4006, __LINE__, s_szSourceFile, "Error reading from file.");
     int const nFile = PLATFORM_CreateFileForWriting(pEntry->m_szName);
     if (nFile == -1)
         ThrowException(4005, __LINE__, s_szSourceFile, s_szCreateError);
 
     CArchiveData Data;
-    bool const bRead = Data.Read(nArchiveFile, ullArchiveLength, ullFrom, ulSize);
+    bool const bRead = Source.Read(ullFrom, ulSize, Data);
     bool const bWritten =
         bRead && (ulSize == 0 || PLATFORM_WriteFileData(nFile, Data.Get(), ulSize));
     bool const bClosed = PLATFORM_CloseFileDescriptor(nFile);

@@ -207,6 +207,39 @@ bool IsArchiveItself(char const * szName)
            Identity.m_ullInode == s_ArchiveIdentity.m_ullInode;
 }
 
+// A source file opened for reading, closed when it is done with, also by an error.
+class CSourceFile
+{
+public:
+    explicit CSourceFile(char const * szName)
+        : m_nFile(PLATFORM_OpenFileForReading(szName, m_ullSize))
+    {
+    }
+    ~CSourceFile() { Close(); }
+    CSourceFile(CSourceFile const &) = delete;
+    CSourceFile & operator=(CSourceFile const &) = delete;
+    bool IsOpen() const { return m_nFile != -1; }
+    int File() const { return m_nFile; }
+    std::uint64_t Size() const { return m_ullSize; }
+    void Close()
+    {
+        if (m_nFile != -1)
+            PLATFORM_CloseFileDescriptor(m_nFile);
+        m_nFile = -1;
+    }
+
+private:
+    std::uint64_t m_ullSize = 0;
+    int m_nFile; // after m_ullSize, which opening fills
+};
+
+// The size of the running search's latest hit, as the search reports it.
+std::uint64_t HitSize()
+{
+    s_sFindData.m_ullSize = PLATFORM_GetDirSearchHitSize(SearchOf(s_hFind));
+    return s_sFindData.m_ullSize;
+}
+
 // A view of the file goes past the stream's buffer, whose copy would touch it.
 std::size_t WriteData(CArchiveData const & Data, std::uint32_t ulSize, std::FILE * pStream)
 {
@@ -325,9 +358,8 @@ void CExtendedFileSystem::PackUnitFiles(std::FILE * pStream, std::uint64_t ullSt
 {
     std::uint64_t ullPosition = StreamPosition(pStream) - ullStart;
     bool bDirectory = false;
-    std::uint64_t ullSize = 0;
-    for (char * szName = FindFiles(s_szFindMask, &bDirectory, &ullSize); szName != nullptr;
-         szName = FindFiles(nullptr, &bDirectory, &ullSize))
+    for (char * szName = FindFiles(s_szFindMask, &bDirectory, nullptr); szName != nullptr;
+         szName = FindFiles(nullptr, &bDirectory, nullptr))
     {
         if (bDirectory || IsArchiveItself(szName))
             continue;
@@ -338,18 +370,21 @@ void CExtendedFileSystem::PackUnitFiles(std::FILE * pStream, std::uint64_t ullSt
             ++ulIndex;
             continue;
         }
+        // The size is the opened file's, which spares looking the name up once more for
+        // the search's; that is asked for only when the file can't be opened, so that a
+        // size that can't be stored is still reported before a file that can't be opened.
+        CSourceFile Source(szName);
+        std::uint64_t const ullSize = Source.IsOpen() ? Source.Size() : HitSize();
         if (ullSize > UNIT_LIMIT)
             ThrowException(4006, __LINE__, s_szSourceFile, s_szReadError);
         if (ullPosition + ullSize > UNIT_LIMIT)
             ThrowException(4007, __LINE__, s_szSourceFile, s_szWriteError);
-        std::uint32_t const ulSize = static_cast<std::uint32_t>(ullSize);
-        std::uint64_t ullFileSize = 0;
-        int const nFile = PLATFORM_OpenFileForReading(szName, ullFileSize);
-        if (nFile == -1)
+        if (!Source.IsOpen())
             ThrowException(4010, __LINE__, s_szSourceFile, s_szOpenError);
+        std::uint32_t const ulSize = static_cast<std::uint32_t>(ullSize);
         CArchiveData Data;
-        bool const bRead = Data.Read(nFile, ullFileSize, 0, ulSize);
-        PLATFORM_CloseFileDescriptor(nFile);
+        bool const bRead = Data.Read(Source.File(), ullSize, 0, ulSize);
+        Source.Close();
         if (!bRead)
             ThrowException(4006, __LINE__, s_szSourceFile, s_szReadError);
 
