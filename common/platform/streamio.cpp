@@ -8,9 +8,6 @@ std::size_t PLATFORM_WriteStreamThrough(void const * pBuffer, std::size_t nSize,
 {
     if (::fflush_unlocked(pStream) != 0)
         return 0;
-    long const lPosition = std::ftell(pStream);
-    if (lPosition < 0)
-        return 0;
     int const nFile = ::fileno_unlocked(pStream);
     char const * pNext = static_cast<char const *>(pBuffer);
     std::size_t nDone = 0;
@@ -23,8 +20,8 @@ std::size_t PLATFORM_WriteStreamThrough(void const * pBuffer, std::size_t nSize,
             break;
         nDone += static_cast<std::size_t>(nWritten);
     }
-    // The stream keeps its own idea of the position, which the writes moved past.
-    if (std::fseek(pStream, lPosition + static_cast<long>(nDone), SEEK_SET) != 0)
-        return 0;
+    // With its buffer empty, the stream goes on where these writes ended, as the
+    // descriptor's position moved with them; no seek is needed, which an archive that
+    // can't seek would fail.
     return nDone;
 }
