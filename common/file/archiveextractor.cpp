@@ -15,9 +15,8 @@
 #include "common/kernel/memory.h"
 #include "common/kernel/text.h"
 #include "common/platform/currentdir.h"
-#include "common/platform/fileopen.h"
+#include "common/platform/rawfile.h"
 #include "common/platform/splitpath.h"
-#include "common/platform/streamio.h"
 
 static char const s_szSourceFile[] = "common/file/extendedfilesystem";
 
@@ -35,31 +34,26 @@ bool IsSafeName(char const * szName)
            std::strpbrk(szName, "/\\") == nullptr;
 }
 
-std::uint64_t StreamLength(std::FILE * pStream)
+// Where the bytes of a unit's files lie in the archive: from the first to the end of
+// the last; both 0 when it has none.
+void FileBytesOf(CExtendedFileSystem::sArchiveInfo const * pArchive, std::uint32_t ulCount,
+                 std::uint64_t & ullFrom, std::uint64_t & ullTo)
 {
-    if (std::fseek(pStream, 0, SEEK_END) != 0)
-        return 0;
-    long const lEnd = std::ftell(pStream);
-    return lEnd > 0 ? static_cast<std::uint64_t>(lEnd) : 0;
-}
-// The archive's stream of one unit's file pass: opened at the unit's first file and
-// shared by its files, rather than opened again for each, which cost a path walk and
-// a few system calls per file; closed when the pass is left, also by an error.
-class CUnitStream
-{
-public:
-    CUnitStream() = default;
-    ~CUnitStream()
+    ullFrom = 0;
+    ullTo = 0;
+    for (std::uint32_t ulIndex = 0; ulIndex < ulCount; ++ulIndex)
     {
-        if (m_pStream != nullptr)
-            std::fclose(m_pStream);
+        CExtendedFileSystem::sArchiveEntry const & Entry = pArchive->m_pEntries[ulIndex];
+        if (Entry.m_bDirectory != 0 || Entry.m_ulSize == 0)
+            continue;
+        std::uint64_t const ullStart =
+            static_cast<std::uint64_t>(pArchive->m_ulBaseOffset) + Entry.m_ulOffset;
+        if (ullFrom == ullTo)
+            ullFrom = ullTo = ullStart;
+        ullFrom = ullStart < ullFrom ? ullStart : ullFrom;
+        ullTo = ullStart + Entry.m_ulSize > ullTo ? ullStart + Entry.m_ulSize : ullTo;
     }
-    CUnitStream(CUnitStream const &) = delete;
-    CUnitStream & operator=(CUnitStream const &) = delete;
-
-    std::FILE * m_pStream = nullptr;
-    std::uint64_t m_ullLength = 0;
-};
+}
 } // namespace
 
 bool CExtendedFileSystem::ExtractArchive(char const * szArchive, char const * szTarget)
@@ -123,12 +117,14 @@ void CExtendedFileSystem::RecursiveArchiveExtract(char const * szDirectory, sArc
     std::uint32_t const ulCount =
         pArchive->m_pEntries != nullptr ? pArchive->m_sHeader.m_ulEntryCount : 0;
     {
-        CUnitStream Stream;
+        std::uint64_t ullFilesFrom = 0;
+        std::uint64_t ullFilesTo = 0;
+        FileBytesOf(pArchive, ulCount, ullFilesFrom, ullFilesTo);
+        CArchiveSource Source(ullFilesFrom, ullFilesTo);
         for (std::uint32_t ulIndex = 0; ulIndex < ulCount; ++ulIndex)
         {
             if (pArchive->m_pEntries[ulIndex].m_bDirectory == 0)
-                ExtractEntry(pArchive, &pArchive->m_pEntries[ulIndex], Event, Stream.m_pStream,
-                             Stream.m_ullLength);
+                ExtractEntry(pArchive, &pArchive->m_pEntries[ulIndex], Event, Source);
         }
     }
     for (std::uint32_t ulIndex = 0; ulIndex < ulCount; ++ulIndex)
@@ -143,8 +139,7 @@ void CExtendedFileSystem::RecursiveArchiveExtract(char const * szDirectory, sArc
 }
 
 void CExtendedFileSystem::ExtractEntry(sArchiveInfo const * pArchive, sArchiveEntry const * pEntry,
-                                       sArchiveFileEvent & Event, std::FILE *& pArchiveFile,
-                                       std::uint64_t & ullArchiveLength)
+                                       sArchiveFileEvent & Event, CArchiveSource & Source)
 {
     if (HasCallbacks())
     {
@@ -153,34 +148,22 @@ void CExtendedFileSystem::ExtractEntry(sArchiveInfo const * pArchive, sArchiveEn
     }
     if (!IsSafeName(pEntry->m_szName))
         ThrowException(4005, __LINE__, s_szSourceFile, s_szCreateError);
-    if (pArchiveFile == nullptr)
-    {
-        pArchiveFile = PLATFORM_OpenFile(pArchive->m_szPath, "rb");
-        if (pArchiveFile == nullptr)
-            ThrowException(4010, __LINE__, s_szSourceFile, "Could not open file.");
-        // Each entry is read whole in one go: a buffer of the stream's own would only
-        // add a copy, and reads of whole blocks around each seek.
-        std::setvbuf(pArchiveFile, nullptr, _IONBF, 0);
-        ullArchiveLength = StreamLength(pArchiveFile);
-    }
+    if (!Source.IsOpen() && !Source.Open(pArchive->m_szPath))
+        ThrowException(4010, __LINE__, s_szSourceFile, "Could not open file.");
     std::uint64_t const ullFrom =
         static_cast<std::uint64_t>(pArchive->m_ulBaseOffset) + pEntry->m_ulOffset;
     std::uint32_t const ulSize = pEntry->m_ulSize;
-    if (ullFrom + ulSize > ullArchiveLength)
+    if (ullFrom + ulSize > Source.Length())
         ThrowException(4006, __LINE__, s_szSourceFile, "Error reading from file.");
-    std::FILE * pFile = PLATFORM_OpenFile(pEntry->m_szName, "wb");
-    if (pFile == nullptr)
+    int const nFile = PLATFORM_CreateFileForWriting(pEntry->m_szName);
+    if (nFile == -1)
         ThrowException(4005, __LINE__, s_szSourceFile, s_szCreateError);
-    std::setvbuf(pFile, nullptr, _IONBF, 0);
 
-    void * const pBuffer = ARCHIVE_CopyBuffer(ulSize);
-    bool const bRead =
-        ulSize == 0 || (pBuffer != nullptr &&
-                        std::fseek(pArchiveFile, static_cast<long>(ullFrom), SEEK_SET) == 0 &&
-                        PLATFORM_ReadStream(pBuffer, ulSize, pArchiveFile) == ulSize);
+    CArchiveData Data;
+    bool const bRead = Source.Read(ullFrom, ulSize, Data);
     bool const bWritten =
-        bRead && (ulSize == 0 || PLATFORM_WriteStream(pBuffer, ulSize, pFile) == ulSize);
-    bool const bClosed = std::fclose(pFile) == 0;
+        bRead && (ulSize == 0 || PLATFORM_WriteFileData(nFile, Data.Get(), ulSize));
+    bool const bClosed = PLATFORM_CloseFileDescriptor(nFile);
     // Short reads and writes raise here, as they do in creation.
     if (!bRead)
         ThrowException(4006, __LINE__, s_szSourceFile, "Error reading from file.");

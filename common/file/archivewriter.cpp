@@ -19,6 +19,7 @@
 #include "common/platform/dirsearch.h"
 #include "common/platform/fileopen.h"
 #include "common/platform/fullpath.h"
+#include "common/platform/rawfile.h"
 #include "common/platform/splitpath.h"
 #include "common/platform/streamio.h"
 
@@ -206,6 +207,47 @@ bool IsArchiveItself(char const * szName)
            Identity.m_ullInode == s_ArchiveIdentity.m_ullInode;
 }
 
+// A source file opened for reading, closed when it is done with, also by an error.
+class CSourceFile
+{
+public:
+    explicit CSourceFile(char const * szName)
+        : m_nFile(PLATFORM_OpenFileForReading(szName, m_ullSize))
+    {
+    }
+    ~CSourceFile() { Close(); }
+    CSourceFile(CSourceFile const &) = delete;
+    CSourceFile & operator=(CSourceFile const &) = delete;
+    bool IsOpen() const { return m_nFile != -1; }
+    int File() const { return m_nFile; }
+    std::uint64_t Size() const { return m_ullSize; }
+    void Close()
+    {
+        if (m_nFile != -1)
+            PLATFORM_CloseFileDescriptor(m_nFile);
+        m_nFile = -1;
+    }
+
+private:
+    std::uint64_t m_ullSize = 0;
+    int m_nFile; // after m_ullSize, which opening fills
+};
+
+// The size of the running search's latest hit, as the search reports it.
+std::uint64_t HitSize()
+{
+    s_sFindData.m_ullSize = PLATFORM_GetDirSearchHitSize(SearchOf(s_hFind));
+    return s_sFindData.m_ullSize;
+}
+
+// A view of the file goes past the stream's buffer, whose copy would touch it.
+std::size_t WriteData(CArchiveData const & Data, std::uint32_t ulSize, std::FILE * pStream)
+{
+    if (Data.IsView())
+        return PLATFORM_WriteStreamThrough(Data.Get(), ulSize, pStream);
+    return PLATFORM_WriteStream(Data.Get(), ulSize, pStream);
+}
+
 std::uint64_t StreamPosition(std::FILE * pStream)
 {
     long const lPosition = std::ftell(pStream);
@@ -316,29 +358,29 @@ void CExtendedFileSystem::PackUnitFiles(std::FILE * pStream, std::uint64_t ullSt
 {
     std::uint64_t ullPosition = StreamPosition(pStream) - ullStart;
     bool bDirectory = false;
-    std::uint64_t ullSize = 0;
-    for (char * szName = FindFiles(s_szFindMask, &bDirectory, &ullSize); szName != nullptr;
-         szName = FindFiles(nullptr, &bDirectory, &ullSize))
+    for (char * szName = FindFiles(s_szFindMask, &bDirectory, nullptr); szName != nullptr;
+         szName = FindFiles(nullptr, &bDirectory, nullptr))
     {
         if (bDirectory || IsArchiveItself(szName))
             continue;
         // A hit beyond what the counting pass saw is packed like any other, but has no
         // record to fill; the count mismatch is reported at the end.
         sArchiveEntry * const pEntry = ulIndex < vEntries.size() ? &vEntries[ulIndex] : nullptr;
+        // The size is the opened file's, which spares looking the name up once more for
+        // the search's; that is asked for only when the file can't be opened, so that a
+        // size that can't be stored is still reported before a file that can't be opened.
+        CSourceFile Source(szName);
+        std::uint64_t const ullSize = Source.IsOpen() ? Source.Size() : HitSize();
         if (ullSize > UNIT_LIMIT)
             ThrowException(4006, __LINE__, s_szSourceFile, s_szReadError);
         if (ullPosition + ullSize > UNIT_LIMIT)
             ThrowException(4007, __LINE__, s_szSourceFile, s_szWriteError);
-        std::uint32_t const ulSize = static_cast<std::uint32_t>(ullSize);
-        std::FILE * pFile = PLATFORM_OpenFile(szName, "rb");
-        if (pFile == nullptr)
+        if (!Source.IsOpen())
             ThrowException(4010, __LINE__, s_szSourceFile, s_szOpenError);
-        // Read whole in one go: a buffer of the stream's own would only add a copy.
-        std::setvbuf(pFile, nullptr, _IONBF, 0);
-        void * const pBuffer = ARCHIVE_CopyBuffer(ulSize);
-        bool const bRead = ulSize == 0 || (pBuffer != nullptr &&
-                                           PLATFORM_ReadStream(pBuffer, ulSize, pFile) == ulSize);
-        std::fclose(pFile);
+        std::uint32_t const ulSize = static_cast<std::uint32_t>(ullSize);
+        CArchiveData Data;
+        bool const bRead = Data.Read(Source.File(), ullSize, 0, ulSize);
+        Source.Close();
         if (!bRead)
             ThrowException(4006, __LINE__, s_szSourceFile, s_szReadError);
 
@@ -352,7 +394,7 @@ void CExtendedFileSystem::PackUnitFiles(std::FILE * pStream, std::uint64_t ullSt
             ARCHIVE_CopyTextCut(Event.m_szFileName, sizeof(Event.m_szFileName), szName);
             Notify(XFS_NOTIFY_ADDFILE, reinterpret_cast<unsigned long>(&Event), 0);
         }
-        if (ulSize > 0 && PLATFORM_WriteStream(pBuffer, ulSize, pStream) != ulSize)
+        if (ulSize > 0 && WriteData(Data, ulSize, pStream) != ulSize)
             ThrowException(4007, __LINE__, s_szSourceFile, s_szWriteError);
         ullPosition += ulSize;
         if (pEntry != nullptr)

@@ -24,6 +24,8 @@ enum eXfsNotify
     XFS_NOTIFY_FOUND = 4,
 };
 
+class CArchiveSource;
+
 class COMMON_API CExtendedFileSystem
 {
 public:
@@ -198,10 +200,9 @@ private:
     char * FindFiles(char const * szMask, bool * pIsDirectory, std::uint64_t * pSize);
     // Archive extraction; archiveextractor.cpp.
     void RecursiveArchiveExtract(char const * szDirectory, sArchiveInfo * pArchive);
-    // Writes one file; pArchiveFile is the unit's archive stream, opened at its first use.
+    // Writes one file; Source is the unit's archive file, opened at its first use.
     void ExtractEntry(sArchiveInfo const * pArchive, sArchiveEntry const * pEntry,
-                      sArchiveFileEvent & Event, std::FILE *& pArchiveFile,
-                      std::uint64_t & ullArchiveLength);
+                      sArchiveFileEvent & Event, CArchiveSource & Source);
     void CopyArchivesFrom(CExtendedFileSystem const & Other);
     void FreeArchives();
 

@@ -16,3 +16,9 @@ inline std::size_t PLATFORM_WriteStream(void const * pBuffer, std::size_t nSize,
 {
     return ::fwrite_unlocked(pBuffer, 1, nSize, pStream);
 }
+
+// Writes nSize bytes at the stream's position past its buffer: what the buffer holds is
+// written first, then the bytes in system calls of their own, never touched here, so a
+// view of PLATFORM_MapFileRange may be written. Returns the number of bytes written.
+std::size_t PLATFORM_WriteStreamThrough(void const * pBuffer, std::size_t nSize,
+                                        std::FILE * pStream);

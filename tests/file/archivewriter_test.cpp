@@ -215,6 +215,45 @@ TEST_F(ArchiveWriter, RoundTripsATreeAndRestoresTheCurrentDirectory)
     EXPECT_EQ(m_Dir.ReadFile("target/pack/mine.txt"), "keep");
 }
 
+TEST_F(ArchiveWriter, LargeFilesKeepTheirPlaceAmongSmallOnes)
+{
+    // Files of a megabyte and more are copied past the stream's buffer: their bytes must
+    // land at their offsets between the buffered small files, in nested units too.
+    auto const Pattern = [](std::size_t nSize, int nSeed)
+    {
+        std::string sBytes(nSize, '\0');
+        for (std::size_t nByte = 0; nByte < nSize; ++nByte)
+            sBytes[nByte] = static_cast<char>((nByte * 7 + nSeed) % 251);
+        return sBytes;
+    };
+    m_Dir.WriteFile("big/a.txt", "abc");
+    m_Dir.WriteFile("big/b.bin", Pattern((3u << 19) + 3, 1));
+    m_Dir.WriteFile("big/c.txt", "xyz");
+    m_Dir.WriteFile("big/sub/d.bin", Pattern(1u << 20, 2));
+    m_Dir.WriteFile("big/sub/e", "e");
+    ASSERT_TRUE(Xfs().CreateArchive("big.arc", "./big"));
+    std::string const sArchive = m_Dir.ReadFile("big.arc");
+    sUnit const Top = UnitAt(sArchive, 0);
+    EXPECT_EQ(sArchive.size(), Top.ulSize);
+    for (auto const & Entry : Top.vEntries)
+    {
+        if (Entry.bDirectory)
+        {
+            sUnit const Sub = UnitAt(sArchive, Entry.ulOffset);
+            EXPECT_EQ(Sub.ulSize, Entry.ulSize);
+            for (auto const & Inner : Sub.vEntries)
+                EXPECT_EQ(sArchive.substr(Entry.ulOffset + Inner.ulOffset, Inner.ulSize),
+                          m_Dir.ReadFile("big/sub/" + Inner.sName));
+            continue;
+        }
+        EXPECT_EQ(sArchive.substr(Entry.ulOffset, Entry.ulSize),
+                  m_Dir.ReadFile("big/" + Entry.sName));
+    }
+    fs::create_directory("out");
+    ASSERT_TRUE(Xfs().ExtractArchive("big.arc", "out/"));
+    EXPECT_EQ(TreeOf("out/big"), TreeOf("big"));
+}
+
 TEST_F(ArchiveWriter, AnArchiveAnywhereExtractsItsOwnBytes)
 {
     m_Dir.WriteFile("maps.arc", ArchiveUnit({{"a.txt", "here"}}));
