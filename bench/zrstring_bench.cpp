@@ -13,6 +13,8 @@ namespace
 {
 char const s_szShort[] = "maps\\town\\hall.dat";
 std::string const s_sLong = std::string(200, 'x') + "needle" + std::string(50, 'y');
+// A text that puts many near misses in the way of the word.
+std::string const s_sRepetitive = std::string(250, 'a') + "ab";
 
 void BM_Copy_ZRString(benchmark::State & State)
 {
@@ -72,6 +74,34 @@ void BM_Find_StdString(benchmark::State & State)
     std::string const sText(s_sLong);
     for (auto _ : State)
         benchmark::DoNotOptimize(sText.find("needle", 0));
+}
+
+void BM_FindInPath_ZRString(benchmark::State & State)
+{
+    CZRString const sText(s_szShort);
+    for (auto _ : State)
+        benchmark::DoNotOptimize(sText.Find(".dat", 0));
+}
+
+void BM_FindInPath_StdString(benchmark::State & State)
+{
+    std::string const sText(s_szShort);
+    for (auto _ : State)
+        benchmark::DoNotOptimize(sText.find(".dat", 0));
+}
+
+void BM_FindRepetitive_ZRString(benchmark::State & State)
+{
+    CZRString const sText(s_sRepetitive.c_str());
+    for (auto _ : State)
+        benchmark::DoNotOptimize(sText.Find("aaaaaaab", 0));
+}
+
+void BM_FindRepetitive_StdString(benchmark::State & State)
+{
+    std::string const sText(s_sRepetitive);
+    for (auto _ : State)
+        benchmark::DoNotOptimize(sText.find("aaaaaaab", 0));
 }
 
 void BM_FindChar_ZRString(benchmark::State & State)
@@ -175,6 +205,10 @@ BENCHMARK(BM_Format_ZRString);
 BENCHMARK(BM_Format_StdString);
 BENCHMARK(BM_Find_ZRString);
 BENCHMARK(BM_Find_StdString);
+BENCHMARK(BM_FindInPath_ZRString);
+BENCHMARK(BM_FindInPath_StdString);
+BENCHMARK(BM_FindRepetitive_ZRString);
+BENCHMARK(BM_FindRepetitive_StdString);
 BENCHMARK(BM_FindChar_ZRString);
 BENCHMARK(BM_FindChar_StdString);
 BENCHMARK(BM_Compare_ZRString);

@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <climits>
+#include <cstddef>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -37,6 +38,9 @@ int CompareFolded(char const * szString1, char const * szString2)
 // byte longer than the limit. Up to this limit the block lives on the stack, so that
 // CZRString::Format (limit 1024) allocates nothing even when its text is cut.
 constexpr int STACK_FORMAT_LIMIT = 1024;
+
+// Failed candidate positions STR_strstr tries itself before it hands over to strstr.
+constexpr int SHORT_SEARCH_MISSES = 4;
 
 // C's vsnprintf always terminates, so the last byte of a full buffer holds the
 // terminator; the contract of STR_vsnprintf is a buffer full of text. Only that one
@@ -128,8 +132,33 @@ char * STR_strrchr(char const * szString, int nChar)
     return const_cast<char *>(std::strrchr(szString, nChar));
 }
 
+// Texts and words searched in this library are short, where the setup of the C
+// library's general search costs more than the search. So the first byte of the word is
+// found with strchr and the rest compared in place. Each failed comparison costs at most
+// the word's length; after SHORT_SEARCH_MISSES of them the rest of the text goes to
+// strstr, so a text built to fail often costs only those few comparisons more, never a
+// quadratic search. Every position before the hand-over is ruled out, so the result is
+// strstr's on every input: the first match, the search stopping at the first NUL.
 char * STR_strstr(char const * szString, char const * szSubString)
 {
+    char const cFirst = szSubString[0];
+    if (cFirst == '\0')
+        return const_cast<char *>(szString);
+    for (int nMisses = 0; nMisses < SHORT_SEARCH_MISSES; ++nMisses)
+    {
+        char const * pCandidate = std::strchr(szString, cFirst);
+        if (pCandidate == nullptr)
+            return nullptr;
+        std::size_t nAt = 1;
+        while (szSubString[nAt] != '\0' && pCandidate[nAt] == szSubString[nAt])
+            ++nAt;
+        if (szSubString[nAt] == '\0')
+            return const_cast<char *>(pCandidate);
+        // The text ends inside the word here, and so it does for every later position.
+        if (pCandidate[nAt] == '\0')
+            return nullptr;
+        szString = pCandidate + 1;
+    }
     return const_cast<char *>(std::strstr(szString, szSubString));
 }
 

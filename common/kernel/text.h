@@ -1,8 +1,8 @@
-// The one door to terminated text. Each STR_ function is a direct call of one C
-// library function with the same arguments and result; none tests its arguments, so
-// pointers must be valid. Text is single-byte: lengths and positions are bytes, and
-// the case-blind forms fold the ASCII letters only, whatever the process locale.
-// Stateless, callable from any thread.
+// The one door to terminated text. Each STR_ function gives the result of one C library
+// function called with the same arguments (STR_strstr tries the first few candidates
+// itself before it calls strstr); none tests its arguments, so pointers must be valid.
+// Text is single-byte: lengths and positions are bytes, and the case-blind forms fold
+// the ASCII letters only, whatever the process locale. Stateless, callable from any thread.
 #pragma once
 
 #include <cstdarg>

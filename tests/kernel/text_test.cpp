@@ -101,3 +101,39 @@ TEST(Text, CopyCompareAndCase)
     EXPECT_LT(STR_strcmp("a", "\xe4"), 0); // bytes compare unsigned
     EXPECT_EQ(STR_strlen("\xe4\xb8\xad"), 3);
 }
+
+// Every text of up to eight bytes from {a, b, NUL} against every word of up to four
+// bytes from {a, b}: the result is strstr's, also where the search runs past the point
+// at which it hands over to strstr, and where a NUL ends the text before a match.
+TEST(Text, SubstringSearchFindsWhatStrstrFinds)
+{
+    char const acBytes[] = {'a', 'b', '\0'};
+    for (int nTextLength = 0; nTextLength <= 8; ++nTextLength)
+    {
+        int nTexts = 1;
+        for (int i = 0; i < nTextLength; ++i)
+            nTexts *= 3;
+        for (int nText = 0; nText < nTexts; ++nText)
+        {
+            char szText[9] = {};
+            for (int i = 0, nCode = nText; i < nTextLength; ++i, nCode /= 3)
+                szText[i] = acBytes[nCode % 3];
+            for (int nWordLength = 0; nWordLength <= 4; ++nWordLength)
+                for (int nWord = 0; nWord < (1 << nWordLength); ++nWord)
+                {
+                    char szWord[5] = {};
+                    for (int i = 0; i < nWordLength; ++i)
+                        szWord[i] = acBytes[(nWord >> i) & 1];
+                    ASSERT_EQ(STR_strstr(szText, szWord), std::strstr(szText, szWord))
+                        << std::string(szText, 8) << " / " << szWord;
+                }
+        }
+    }
+    // A high byte as the word's first byte: it must be compared as it stands.
+    std::string const sLong = std::string(300, 'a') + '\xe4' + 'b';
+    std::string const sHighFirst = std::string(1, '\xe4') + "bc";
+    EXPECT_EQ(STR_strstr(sLong.c_str(), "aaaa\xe4"), sLong.c_str() + 296);
+    EXPECT_EQ(STR_strstr(sLong.c_str(), sHighFirst.c_str()), nullptr);
+    EXPECT_EQ(STR_strstr(sLong.c_str(), sHighFirst.substr(0, 2).c_str()), sLong.c_str() + 300);
+    EXPECT_EQ(STR_strstr(sLong.c_str(), "ab"), nullptr);
+}
