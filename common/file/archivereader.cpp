@@ -122,12 +122,12 @@ std::uint32_t CExtendedFileSystem::ArchiveFileOpenInArchive(char const * szName,
     sArchiveEntry const * pEntry = FindArchiveEntry(pUnit, szPart);
     if (pEntry == nullptr)
         return 0;
-    std::FILE * pFile = PLATFORM_OpenFile(pUnit->m_szPath, "rb");
-    if (pFile == nullptr)
-        ThrowException(4010, __LINE__, s_szSourceFile, "Could not open file.");
     std::uint32_t const ulBase =
         ClampOffset(static_cast<std::uint64_t>(pUnit->m_ulBaseOffset) + pEntry->m_ulOffset);
-    std::fseek(pFile, static_cast<long>(ulBase), SEEK_SET);
+    std::uint64_t ullArchiveSize = 0;
+    std::FILE * pFile = OpenSlotStream(pFileInfo, pUnit->m_szPath, ulBase, &ullArchiveSize);
+    if (pFile == nullptr)
+        ThrowException(4010, __LINE__, s_szSourceFile, "Could not open file.");
     pFileInfo->m_pFile = pFile;
     pFileInfo->m_ulBaseOffset = ulBase;
     pFileInfo->m_ulFileSize = pEntry->m_ulSize;

@@ -9,6 +9,9 @@
 #include "common/file/fileio.h"
 #include "workdir.h"
 
+using testing::internal::CaptureStderr;
+using testing::internal::GetCapturedStderr;
+
 namespace
 {
 class Archive : public CWorkDirTest
@@ -109,6 +112,54 @@ TEST_F(Archive, AnEntryReadsLikeAFileOfItsOwnSize)
     Xfs().ReadFile(ulSecond, acBuffer, 4);
     Xfs().ReadFile(ulFirst, acBuffer + 4, 3);
     EXPECT_EQ(std::string(acBuffer, 7), "NEXTabc");
+}
+
+TEST_F(Archive, StreamsStayInStepAcrossBlocksAndSlots)
+{
+    // A member at an odd offset, longer than a stream's buffer, read in pieces that
+    // cross block boundaries, with seeks in between.
+    std::string sBig(10000, '\0');
+    for (std::size_t nIndex = 0; nIndex < sBig.size(); ++nIndex)
+        sBig[nIndex] = static_cast<char>(nIndex * 7 % 251);
+    m_Dir.WriteFile("pack.arc", ArchiveUnit({{"pad", "12345"}, {"big", sBig}, {"small", "tiny"}}));
+    m_Dir.WriteFile("big", sBig);
+    char acBuffer[5000] = {};
+    auto const ReadAt = [&](std::uint32_t ulHandle, std::uint32_t ulSize)
+    {
+        std::uint32_t const ulFrom = Xfs().Tell(ulHandle);
+        EXPECT_TRUE(Xfs().ReadFile(ulHandle, acBuffer, ulSize));
+        EXPECT_EQ(std::string(acBuffer, ulSize), sBig.substr(ulFrom, ulSize));
+        EXPECT_EQ(Xfs().Tell(ulHandle), ulFrom + ulSize);
+    };
+    CaptureStderr();
+    for (char const * szName : {"pack\\big", "big"})
+    {
+        std::uint32_t const ulHandle = Xfs().OpenFile(szName);
+        EXPECT_EQ(Xfs().GetFileSize(ulHandle), 10000u);
+        ReadAt(ulHandle, 3);
+        ReadAt(ulHandle, 4500);
+        Xfs().Seek(ulHandle, 4090);
+        ReadAt(ulHandle, 20);
+        Xfs().SeekCurrent(ulHandle, -15);
+        ReadAt(ulHandle, 4096);
+        Xfs().SeekEnd(ulHandle, 5);
+        ReadAt(ulHandle, 5);
+        EXPECT_TRUE(Xfs().IsEof(ulHandle));
+        Xfs().CloseFile(ulHandle);
+    }
+    // The slot's next stream reads its own bytes, not what the last one left behind.
+    EXPECT_EQ(ReadAll("pack\\small"), "tiny");
+    EXPECT_EQ(GetCapturedStderr().find("VERIFY_FILEPOS"), std::string::npos);
+
+    // A copy taken while a file is open reads on after the original is gone.
+    std::uint32_t const ulHandle = Xfs().OpenFile("pack\\big");
+    ReadAt(ulHandle, 10);
+    auto pCopy = std::make_unique<CExtendedFileSystem>(Xfs());
+    m_pXfs.reset();
+    m_pXfs = std::move(pCopy);
+    ReadAt(ulHandle, 4200);
+    Xfs().CloseFile(ulHandle);
+    EXPECT_EQ(ReadAll("pack\\small"), "tiny");
 }
 
 TEST_F(Archive, TheDiskWinsAndIsNotEvenLookedPast)
