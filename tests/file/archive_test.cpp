@@ -3,6 +3,8 @@
 #include <memory>
 #include <string>
 #include <sys/stat.h>
+#include <utility>
+#include <vector>
 
 #include "archivebuilder.h"
 #include "common/file/extendedfilesystem.h"
@@ -81,6 +83,20 @@ TEST_F(Archive, PathsWalkIntoArchivesWithCaseBlindNames)
     // A name with a dot is taken as it is; without one, ".arc" is added.
     m_Dir.WriteFile("maps.pak", s_sMaps);
     EXPECT_EQ(ReadAll("maps.pak\\next.txt"), "NEXT");
+
+    // Of names equal without regard to case the first record counts, also among many.
+    std::vector<std::pair<std::string, std::string>> vFiles;
+    for (int nIndex = 0; nIndex < 300; ++nIndex)
+        vFiles.emplace_back("f" + std::to_string(nIndex), "#" + std::to_string(nIndex));
+    vFiles.insert(vFiles.begin() + 100, {"F7", "first"});
+    vFiles.emplace_back("f250", "late");
+    m_Dir.WriteFile("many.arc", ArchiveUnit(vFiles));
+    for (int nIndex = 0; nIndex < 300; ++nIndex)
+    {
+        std::string const sName = "many\\F" + std::to_string(nIndex);
+        EXPECT_EQ(ReadAll(sName.c_str()), "#" + std::to_string(nIndex));
+    }
+    EXPECT_EQ(ErrorOfOpen("many\\f300"), 4002u);
 }
 
 TEST_F(Archive, AnEntryReadsLikeAFileOfItsOwnSize)
