@@ -1,6 +1,7 @@
 #include "common/platform/fileopen.h"
 
 #include <cerrno>
+#include <climits>
 #include <cstring>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -13,9 +14,9 @@ namespace
 // Opens for reading without blocking, so that a pipe or device standing at the place of
 // a file fails at once instead of waiting for a writer; a regular file never blocks, and
 // its descriptor is put back to blocking before it becomes a stream. -1 on failure.
-int OpenRegularFile(std::string const & sPath, int nAccess, struct stat & Status)
+int OpenRegularFile(char const * szPath, int nAccess, struct stat & Status)
 {
-    int const nFile = ::open(sPath.c_str(), nAccess | O_NONBLOCK);
+    int const nFile = ::open(szPath, nAccess | O_NONBLOCK);
     if (nFile < 0)
         return -1;
     // Looked at on the open descriptor, not by name, so that nothing can swap the file.
@@ -35,10 +36,10 @@ int OpenRegularFile(std::string const & sPath, int nAccess, struct stat & Status
     return nFile;
 }
 
-std::FILE * OpenRegularStream(std::string const & sPath, char const * szMode, struct stat & Status)
+std::FILE * OpenRegularStream(char const * szPath, char const * szMode, struct stat & Status)
 {
     int const nAccess = std::strchr(szMode, '+') != nullptr ? O_RDWR : O_RDONLY;
-    int const nFile = OpenRegularFile(sPath, nAccess, Status);
+    int const nFile = OpenRegularFile(szPath, nAccess, Status);
     if (nFile < 0)
         return nullptr;
     std::FILE * pFile = ::fdopen(nFile, szMode);
@@ -54,14 +55,21 @@ std::FILE * PLATFORM_OpenFile(char const * szPath, char const * szMode)
     if (szMode[0] != 'r')
         return std::fopen(sPath.c_str(), szMode);
     struct stat Status;
-    return OpenRegularStream(sPath, szMode, Status);
+    return OpenRegularStream(sPath.c_str(), szMode, Status);
 }
 
 std::FILE * PLATFORM_OpenFileToRead(char const * szPath, std::uint64_t ullOffset, char * pBuffer,
                                     std::size_t nBufferSize, std::uint64_t * pullSize)
 {
+    // No path longer than PATH_MAX can be opened at all.
+    char szDiskPath[PATH_MAX];
+    if (!PLATFORM_DiskPathInto(szPath, szDiskPath, sizeof(szDiskPath)))
+    {
+        errno = ENAMETOOLONG;
+        return nullptr;
+    }
     struct stat Status;
-    std::FILE * pFile = OpenRegularStream(PLATFORM_DiskPath(szPath), "rb", Status);
+    std::FILE * pFile = OpenRegularStream(szDiskPath, "rb", Status);
     if (pFile == nullptr)
         return nullptr;
     // With a buffer of its own the C library doesn't ask the file for its block size.
