@@ -17,6 +17,8 @@ PAIRS = [
      "64 MB member, raw Read in 64 KB blocks, against fread", "at least 0.9"),
     ("smallmembers_bench", "BM_SmallMembersFromArchive", "BM_SmallFilesOnDisk",
      "1000 x 4 KB members, open/read/close, against files on disk", "-"),
+    ("smallmembers_bench", "BM_SmallFilesOnDiskThroughFileIO", "BM_SmallFilesOnDisk",
+     "1000 x 4 KB files on disk, open/read/close through CFileIO, against fopen", "-"),
     ("smallmembers_bench", "BM_SmallMembersFromArchive", "BM_SmallMembersFromPhysfsZip",
      "1000 x 4 KB members, open/read/close, against PhysicsFS on a store-only zip",
      "at least 1.0"),

@@ -76,15 +76,53 @@ std::uint32_t FoldedNameHash(char const * szName)
     return ulHash;
 }
 
-// The block behind m_pEntries holds the records and, behind them, one name hash per
-// record, so that the linear look-up compares 4 bytes before it compares a name.
+// The block behind m_pEntries holds the records; behind them one name hash per record;
+// and behind those an index: an open-addressing table of record numbers (linear
+// probing, a power of two of at least twice the count, NO_ENTRY where empty), so that
+// a look-up compares a few hashes instead of all. Records go in in their own order,
+// so that of several equal names the probe meets the first record first.
+constexpr std::uint32_t NO_ENTRY = 0xFFFFFFFFu;
+
 std::uint32_t * EntryHashes(CExtendedFileSystem::sArchiveEntry * pEntries, std::uint32_t ulCount)
 {
     return reinterpret_cast<std::uint32_t *>(pEntries + ulCount);
 }
 
-constexpr std::uint64_t BLOCK_BYTES_PER_ENTRY =
-    sizeof(CExtendedFileSystem::sArchiveEntry) + sizeof(std::uint32_t);
+std::uint32_t * EntryIndex(CExtendedFileSystem::sArchiveEntry * pEntries, std::uint32_t ulCount)
+{
+    return EntryHashes(pEntries, ulCount) + ulCount;
+}
+
+std::uint64_t EntryIndexSlots(std::uint32_t ulCount)
+{
+    std::uint64_t ullSlots = 1;
+    while (ullSlots < 2 * static_cast<std::uint64_t>(ulCount))
+        ullSlots <<= 1;
+    return ullSlots;
+}
+
+std::uint64_t EntryBlockBytes(std::uint32_t ulCount)
+{
+    return ulCount * (sizeof(CExtendedFileSystem::sArchiveEntry) + sizeof(std::uint32_t)) +
+           EntryIndexSlots(ulCount) * sizeof(std::uint32_t);
+}
+
+void BuildEntryIndex(CExtendedFileSystem::sArchiveEntry * pEntries, std::uint32_t ulCount)
+{
+    std::uint32_t const * pHashes = EntryHashes(pEntries, ulCount);
+    std::uint32_t * pIndex = EntryIndex(pEntries, ulCount);
+    std::uint64_t const ullSlots = EntryIndexSlots(ulCount);
+    std::uint64_t const ullMask = ullSlots - 1;
+    for (std::uint64_t ullSlot = 0; ullSlot < ullSlots; ++ullSlot)
+        pIndex[ullSlot] = NO_ENTRY;
+    for (std::uint32_t ulEntry = 0; ulEntry < ulCount; ++ulEntry)
+    {
+        std::uint64_t ullSlot = pHashes[ulEntry] & ullMask;
+        while (pIndex[ullSlot] != NO_ENTRY)
+            ullSlot = (ullSlot + 1) & ullMask;
+        pIndex[ullSlot] = ulEntry;
+    }
+}
 
 std::uint64_t StreamLength(std::FILE * pStream)
 {
@@ -122,12 +160,12 @@ std::uint32_t CExtendedFileSystem::ArchiveFileOpenInArchive(char const * szName,
     sArchiveEntry const * pEntry = FindArchiveEntry(pUnit, szPart);
     if (pEntry == nullptr)
         return 0;
-    std::FILE * pFile = PLATFORM_OpenFile(pUnit->m_szPath, "rb");
-    if (pFile == nullptr)
-        ThrowException(4010, __LINE__, s_szSourceFile, "Could not open file.");
     std::uint32_t const ulBase =
         ClampOffset(static_cast<std::uint64_t>(pUnit->m_ulBaseOffset) + pEntry->m_ulOffset);
-    std::fseek(pFile, static_cast<long>(ulBase), SEEK_SET);
+    std::uint64_t ullArchiveSize = 0;
+    std::FILE * pFile = OpenSlotStream(pFileInfo, pUnit->m_szPath, ulBase, &ullArchiveSize);
+    if (pFile == nullptr)
+        ThrowException(4010, __LINE__, s_szSourceFile, "Could not open file.");
     pFileInfo->m_pFile = pFile;
     pFileInfo->m_ulBaseOffset = ulBase;
     pFileInfo->m_ulFileSize = pEntry->m_ulSize;
@@ -241,13 +279,13 @@ void CExtendedFileSystem::ReadArchiveUnit(sArchiveInfo * pRecord, std::FILE * pS
     std::uint64_t const ullStart =
         static_cast<std::uint64_t>(pRecord->m_ulBaseOffset) + Header.m_ulDirectoryOffset;
     std::uint64_t const ullBytes = static_cast<std::uint64_t>(ulCount) * sizeof(sArchiveEntry);
-    if (ullStart + ullBytes > StreamLength(pStream) || ulCount * BLOCK_BYTES_PER_ENTRY > NO_OFFSET)
+    if (ullStart + ullBytes > StreamLength(pStream) || EntryBlockBytes(ulCount) > NO_OFFSET)
     {
         std::fclose(pStream);
         ThrowException(4006, __LINE__, s_szSourceFile, "Error reading from file.");
     }
     sArchiveEntry * pEntries = static_cast<sArchiveEntry *>(
-        MEM_Alloc(static_cast<std::uint32_t>(ulCount * BLOCK_BYTES_PER_ENTRY)));
+        MEM_Alloc(static_cast<std::uint32_t>(EntryBlockBytes(ulCount))));
     if (pEntries == nullptr || std::fseek(pStream, static_cast<long>(ullStart), SEEK_SET) != 0 ||
         std::fread(pEntries, sizeof(sArchiveEntry), ulCount, pStream) != ulCount)
     {
@@ -270,6 +308,7 @@ void CExtendedFileSystem::ReadArchiveUnit(sArchiveInfo * pRecord, std::FILE * pS
         }
         pHashes[ulIndex] = FoldedNameHash(szEntryName);
     }
+    BuildEntryIndex(pEntries, ulCount);
     pRecord->m_pEntries = pEntries;
 }
 
@@ -293,12 +332,17 @@ CExtendedFileSystem::FindArchiveEntry(sArchiveInfo * pArchive, char const * szNa
         return nullptr;
     std::uint32_t const ulCount = pArchive->m_sHeader.m_ulEntryCount;
     std::uint32_t const * pHashes = EntryHashes(pArchive->m_pEntries, ulCount);
+    std::uint32_t const * pIndex = EntryIndex(pArchive->m_pEntries, ulCount);
+    std::uint64_t const ullMask = EntryIndexSlots(ulCount) - 1;
     std::uint32_t const ulHash = FoldedNameHash(szName);
-    for (std::uint32_t ulIndex = 0; ulIndex < ulCount; ++ulIndex)
+    // The table is never full, so that the probe ends at an empty slot.
+    for (std::uint64_t ullSlot = ulHash & ullMask; pIndex[ullSlot] != NO_ENTRY;
+         ullSlot = (ullSlot + 1) & ullMask)
     {
-        if (pHashes[ulIndex] == ulHash &&
-            STR_stricmp(pArchive->m_pEntries[ulIndex].m_szName, szName) == 0)
-            return &pArchive->m_pEntries[ulIndex];
+        std::uint32_t const ulEntry = pIndex[ullSlot];
+        if (pHashes[ulEntry] == ulHash &&
+            STR_stricmp(pArchive->m_pEntries[ulEntry].m_szName, szName) == 0)
+            return &pArchive->m_pEntries[ulEntry];
     }
     return nullptr;
 }
@@ -338,7 +382,7 @@ void CExtendedFileSystem::CopyArchivesFrom(CExtendedFileSystem const & Other)
         if (Record.m_pEntries == nullptr)
             continue;
         std::uint32_t const ulBytes =
-            static_cast<std::uint32_t>(Record.m_sHeader.m_ulEntryCount * BLOCK_BYTES_PER_ENTRY);
+            static_cast<std::uint32_t>(EntryBlockBytes(Record.m_sHeader.m_ulEntryCount));
         sArchiveEntry * pEntries = static_cast<sArchiveEntry *>(MEM_Alloc(ulBytes));
         if (pEntries != nullptr)
             MEM_Copy(pEntries, Record.m_pEntries, ulBytes);

@@ -15,6 +15,8 @@ static char const s_szSourceFile[] = "common/file/extendedfilesystem";
 namespace
 {
 constexpr std::uint32_t FILE_SLOTS = 256;
+// A small file or archive member is one read; larger reads go past the buffer anyway.
+constexpr std::uint32_t STREAM_BUFFER_SIZE = 4096;
 
 char const s_szInvalidHandle[] = "Invalid file handle.";
 char const s_szSeekError[] = "Error trying to set the file pointer.";
@@ -27,6 +29,7 @@ CExtendedFileSystem::CExtendedFileSystem() : m_bSetup(false)
     MEM_Zero(m_aFileInfo, sizeof(m_aFileInfo));
     MEM_Zero(&m_sArchiveRoot, sizeof(m_sArchiveRoot));
     MEM_Zero(m_aArchives, sizeof(m_aArchives));
+    MEM_Zero(m_apStreamBuffers, sizeof(m_apStreamBuffers));
 }
 
 CExtendedFileSystem::CExtendedFileSystem(CExtendedFileSystem const & Other)
@@ -34,6 +37,7 @@ CExtendedFileSystem::CExtendedFileSystem(CExtendedFileSystem const & Other)
 {
     MEM_Copy(m_aFileInfo, Other.m_aFileInfo, sizeof(m_aFileInfo));
     CopyArchivesFrom(Other);
+    AdoptStreamBuffers(Other);
 }
 
 CExtendedFileSystem & CExtendedFileSystem::operator=(CExtendedFileSystem const & Other)
@@ -41,7 +45,9 @@ CExtendedFileSystem & CExtendedFileSystem::operator=(CExtendedFileSystem const &
     if (this == &Other)
         return *this;
     m_vRoots = Other.m_vRoots;
+    FreeStreamBuffers();
     MEM_Copy(m_aFileInfo, Other.m_aFileInfo, sizeof(m_aFileInfo));
+    AdoptStreamBuffers(Other);
     m_bSetup = Other.m_bSetup;
     m_vCallbacks = Other.m_vCallbacks;
     FreeArchives();
@@ -56,6 +62,7 @@ CExtendedFileSystem::~CExtendedFileSystem()
     if (HasRoots())
         RemoveAllRoots();
     FreeArchives();
+    FreeStreamBuffers();
 }
 
 bool CExtendedFileSystem::Setup()
@@ -166,15 +173,13 @@ std::uint32_t CExtendedFileSystem::ArchiveFileOpen(char const * szName)
     sFileInfo * pFileInfo = AllocFileInfo();
     if (pFileInfo == nullptr)
         return 0;
-    std::FILE * pFile = PLATFORM_OpenFile(szName, "rb");
+    std::uint64_t ullSize = 0;
+    std::FILE * pFile = OpenSlotStream(pFileInfo, szName, 0, &ullSize);
     if (pFile == nullptr)
         return ArchiveFileOpenInArchive(szName, pFileInfo);
-    std::fseek(pFile, 0, SEEK_END);
-    long const lSize = std::ftell(pFile);
-    std::fseek(pFile, 0, SEEK_SET);
     pFileInfo->m_pFile = pFile;
     pFileInfo->m_ulBaseOffset = 0;
-    pFileInfo->m_ulFileSize = lSize > 0 ? static_cast<std::uint32_t>(lSize) : 0;
+    pFileInfo->m_ulFileSize = static_cast<std::uint32_t>(ullSize);
     pFileInfo->m_ulPosition = 0;
     return GetHandleForFile(pFileInfo);
 }
@@ -500,6 +505,39 @@ void CExtendedFileSystem::Log(int nLine, char const * szMessage) const
 {
     _ZR_Log_Fn(s_szSourceFile, "Unknown", "", static_cast<std::uint32_t>(nLine), 0, LOG_DEBUGOUTPUT,
                5, "%s", szMessage);
+}
+
+std::FILE * CExtendedFileSystem::OpenSlotStream(sFileInfo const * pFileInfo, char const * szPath,
+                                                std::uint32_t ulOffset, std::uint64_t * pullSize)
+{
+    // Without a buffer of its own (none could be had) the stream makes one.
+    char *& pBuffer = m_apStreamBuffers[pFileInfo - m_aFileInfo];
+    if (pBuffer == nullptr)
+        pBuffer = static_cast<char *>(MEM_Alloc(STREAM_BUFFER_SIZE));
+    return PLATFORM_OpenFileToRead(szPath, ulOffset, pBuffer, STREAM_BUFFER_SIZE, pullSize);
+}
+
+void CExtendedFileSystem::AdoptStreamBuffers(CExtendedFileSystem const & Other)
+{
+    // A stream copied with the file table keeps reading through its buffer; every other
+    // slot makes a buffer of its own at its first use.
+    for (std::uint32_t ulSlot = 0; ulSlot < FILE_SLOTS; ++ulSlot)
+        m_apStreamBuffers[ulSlot] = Other.m_aFileInfo[ulSlot].m_pFile != nullptr
+                                        ? Other.m_apStreamBuffers[ulSlot]
+                                        : nullptr;
+}
+
+void CExtendedFileSystem::FreeStreamBuffers()
+{
+    // The buffer of a file still open goes on serving its stream, which a copy of this
+    // object may still use: it stays, as the stream does, and whoever closes the stream
+    // frees it later.
+    for (std::uint32_t ulSlot = 0; ulSlot < FILE_SLOTS; ++ulSlot)
+    {
+        if (m_aFileInfo[ulSlot].m_pFile == nullptr && m_apStreamBuffers[ulSlot] != nullptr)
+            MEM_Free(m_apStreamBuffers[ulSlot]);
+        m_apStreamBuffers[ulSlot] = nullptr;
+    }
 }
 
 void CExtendedFileSystem::VerifyFilePos(sFileInfo const * pFileInfo) const

@@ -175,6 +175,14 @@ private:
     void SeekTo(sFileInfo * pFileInfo, std::int64_t llTarget);
     void AfterWrite(sFileInfo * pFileInfo, std::uint32_t ulWritten);
     void Log(int nLine, char const * szMessage) const;
+    // Opens szPath for reading, standing at ulOffset, as the stream of the slot: it reads
+    // through the slot's own buffer, made at the slot's first use and kept for the
+    // streams that follow. Gives the file's size; null when it can't be opened.
+    std::FILE * OpenSlotStream(sFileInfo const * pFileInfo, char const * szPath,
+                               std::uint32_t ulOffset, std::uint64_t * pullSize);
+    // Frees the buffers of closed slots; those of open ones go on with their streams.
+    void FreeStreamBuffers();
+    void AdoptStreamBuffers(CExtendedFileSystem const & Other);
 
     std::uint32_t ArchiveFileOpen(char const * szName);
     // The walk into archives, on a free slot; archivereader.cpp.
@@ -212,6 +220,7 @@ private:
     sArchiveInfo m_aArchives[256];       // records in the order of registration
     bool m_bSetup;                       // only serves CFileIO's set-up on demand
     std::vector<sCallback> m_vCallbacks; // in the order they were added
+    char * m_apStreamBuffers[256];       // per slot, see OpenSlotStream
 
     // Units registered by all instances together; only grows, at most 256.
     static std::uint32_t s_ulArchiveCount;

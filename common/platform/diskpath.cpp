@@ -1,5 +1,7 @@
 #include "common/platform/diskpath.h"
 
+#include <cstring>
+
 std::string PLATFORM_DiskPath(char const * szPath)
 {
     std::string sPath = szPath != nullptr ? szPath : "";
@@ -9,4 +11,16 @@ std::string PLATFORM_DiskPath(char const * szPath)
             cChar = '/';
     }
     return sPath;
+}
+
+bool PLATFORM_DiskPathInto(char const * szPath, char * szBuffer, std::size_t nSize)
+{
+    if (szPath == nullptr)
+        szPath = "";
+    std::size_t const nLength = std::strlen(szPath);
+    if (nLength >= nSize)
+        return false;
+    for (std::size_t nIndex = 0; nIndex <= nLength; ++nIndex)
+        szBuffer[nIndex] = szPath[nIndex] == '\\' ? '/' : szPath[nIndex];
+    return true;
 }

@@ -3,11 +3,16 @@
 #include <memory>
 #include <string>
 #include <sys/stat.h>
+#include <utility>
+#include <vector>
 
 #include "archivebuilder.h"
 #include "common/file/extendedfilesystem.h"
 #include "common/file/fileio.h"
 #include "workdir.h"
+
+using testing::internal::CaptureStderr;
+using testing::internal::GetCapturedStderr;
 
 namespace
 {
@@ -50,6 +55,20 @@ TEST_F(Archive, PathsWalkIntoArchivesWithCaseBlindNames)
     // A name with a dot is taken as it is; without one, ".arc" is added.
     m_Dir.WriteFile("maps.pak", s_sMaps);
     EXPECT_EQ(ReadAll("maps.pak\\next.txt"), "NEXT");
+
+    // Of names equal without regard to case the first record counts, also among many.
+    std::vector<std::pair<std::string, std::string>> vFiles;
+    for (int nIndex = 0; nIndex < 300; ++nIndex)
+        vFiles.emplace_back("f" + std::to_string(nIndex), "#" + std::to_string(nIndex));
+    vFiles.insert(vFiles.begin() + 100, {"F7", "first"});
+    vFiles.emplace_back("f250", "late");
+    m_Dir.WriteFile("many.arc", ArchiveUnit(vFiles));
+    for (int nIndex = 0; nIndex < 300; ++nIndex)
+    {
+        std::string const sName = "many\\F" + std::to_string(nIndex);
+        EXPECT_EQ(ReadAll(sName.c_str()), "#" + std::to_string(nIndex));
+    }
+    EXPECT_EQ(ErrorOfOpen("many\\f300"), 4002u);
 }
 
 TEST_F(Archive, AnEntryReadsLikeAFileOfItsOwnSize)
@@ -82,6 +101,54 @@ TEST_F(Archive, AnEntryReadsLikeAFileOfItsOwnSize)
     Xfs().ReadFile(ulSecond, acBuffer, 4);
     Xfs().ReadFile(ulFirst, acBuffer + 4, 3);
     EXPECT_EQ(std::string(acBuffer, 7), "NEXTabc");
+}
+
+TEST_F(Archive, StreamsStayInStepAcrossBlocksAndSlots)
+{
+    // A member at an odd offset, longer than a stream's buffer, read in pieces that
+    // cross block boundaries, with seeks in between.
+    std::string sBig(10000, '\0');
+    for (std::size_t nIndex = 0; nIndex < sBig.size(); ++nIndex)
+        sBig[nIndex] = static_cast<char>(nIndex * 7 % 251);
+    m_Dir.WriteFile("pack.arc", ArchiveUnit({{"pad", "12345"}, {"big", sBig}, {"small", "tiny"}}));
+    m_Dir.WriteFile("big", sBig);
+    char acBuffer[5000] = {};
+    auto const ReadAt = [&](std::uint32_t ulHandle, std::uint32_t ulSize)
+    {
+        std::uint32_t const ulFrom = Xfs().Tell(ulHandle);
+        EXPECT_TRUE(Xfs().ReadFile(ulHandle, acBuffer, ulSize));
+        EXPECT_EQ(std::string(acBuffer, ulSize), sBig.substr(ulFrom, ulSize));
+        EXPECT_EQ(Xfs().Tell(ulHandle), ulFrom + ulSize);
+    };
+    CaptureStderr();
+    for (char const * szName : {"pack\\big", "big"})
+    {
+        std::uint32_t const ulHandle = Xfs().OpenFile(szName);
+        EXPECT_EQ(Xfs().GetFileSize(ulHandle), 10000u);
+        ReadAt(ulHandle, 3);
+        ReadAt(ulHandle, 4500);
+        Xfs().Seek(ulHandle, 4090);
+        ReadAt(ulHandle, 20);
+        Xfs().SeekCurrent(ulHandle, -15);
+        ReadAt(ulHandle, 4096);
+        Xfs().SeekEnd(ulHandle, 5);
+        ReadAt(ulHandle, 5);
+        EXPECT_TRUE(Xfs().IsEof(ulHandle));
+        Xfs().CloseFile(ulHandle);
+    }
+    // The slot's next stream reads its own bytes, not what the last one left behind.
+    EXPECT_EQ(ReadAll("pack\\small"), "tiny");
+    EXPECT_EQ(GetCapturedStderr().find("VERIFY_FILEPOS"), std::string::npos);
+
+    // A copy taken while a file is open reads on after the original is gone.
+    std::uint32_t const ulHandle = Xfs().OpenFile("pack\\big");
+    ReadAt(ulHandle, 10);
+    auto pCopy = std::make_unique<CExtendedFileSystem>(Xfs());
+    m_pXfs.reset();
+    m_pXfs = std::move(pCopy);
+    ReadAt(ulHandle, 4200);
+    Xfs().CloseFile(ulHandle);
+    EXPECT_EQ(ReadAll("pack\\small"), "tiny");
 }
 
 TEST_F(Archive, TheDiskWinsAndTheCurrentDirectoryKeysTheArchive)
