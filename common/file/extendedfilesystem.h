@@ -225,3 +225,6 @@ private:
     // Units registered by all instances together; only grows, at most 256.
     static std::uint32_t s_ulArchiveCount;
 };
+
+// The event record under its short name as well, for the host's callbacks.
+typedef CExtendedFileSystem::sArchiveFileEvent sArchiveFileEvent;

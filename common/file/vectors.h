@@ -1,16 +1,23 @@
 // vector2, vector3, vector4: plain value types of 2, 3 and 4 consecutive float
 // components. The library only moves them to and from streams, component by component
-// in memory order; what the components mean is the host's business.
+// in memory order; what the components mean is the host's business. They are built
+// from their components, or by braces; a default-built one is left unset.
 #pragma once
 
 struct vector2
 {
+    vector2() = default;
+    vector2(float fX, float fY) : x(fX), y(fY) {}
+
     float x;
     float y;
 };
 
 struct vector3
 {
+    vector3() = default;
+    vector3(float fX, float fY, float fZ) : x(fX), y(fY), z(fZ) {}
+
     float x;
     float y;
     float z;
@@ -18,6 +25,9 @@ struct vector3
 
 struct vector4
 {
+    vector4() = default;
+    vector4(float fX, float fY, float fZ, float fW) : x(fX), y(fY), z(fZ), w(fW) {}
+
     float x;
     float y;
     float z;

@@ -33,6 +33,13 @@ struct sKeywordLess
 class COMMON_API CLexAnalyzer : public CStringTokenizer
 {
 public:
+    // The operator tokens also as members, as the base class has its token types.
+    static constexpr eLexTokenType TT_GREATER_EQUAL = ::TT_GREATER_EQUAL;
+    static constexpr eLexTokenType TT_LESS_EQUAL = ::TT_LESS_EQUAL;
+    static constexpr eLexTokenType TT_ASSIGN = ::TT_ASSIGN;
+    static constexpr eLexTokenType TT_NOT_EQUAL = ::TT_NOT_EQUAL;
+    static constexpr eLexTokenType TT_RANGE = ::TT_RANGE;
+
     CLexAnalyzer(CZRString const & sString);
     CLexAnalyzer(CLexAnalyzer const & Other) = default;
     CLexAnalyzer & operator=(CLexAnalyzer const & Other) = default;

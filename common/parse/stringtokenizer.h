@@ -35,6 +35,14 @@ enum eCharType
 class COMMON_API CStringTokenizer
 {
 public:
+    // The token types also as members, so that CStringTokenizer::TT_WORD names them too.
+    static constexpr eTokenType TT_EOF = ::TT_EOF;
+    static constexpr eTokenType TT_NUMBER = ::TT_NUMBER;
+    static constexpr eTokenType TT_FLOAT = ::TT_FLOAT;
+    static constexpr eTokenType TT_WORD = ::TT_WORD;
+    static constexpr eTokenType TT_TEXT = ::TT_TEXT;
+    static constexpr eTokenType TT_EOL = ::TT_EOL;
+
     CStringTokenizer(CZRString const & sString);
     CStringTokenizer(CStringTokenizer const & Other) = default;
     CStringTokenizer & operator=(CStringTokenizer const & Other) = default;
