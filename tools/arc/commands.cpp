@@ -8,7 +8,7 @@
 
 #include "common/file/extendedfilesystem.h"
 #include "common/file/fileio.h"
-#include "inspect.h"
+#include "archivemap.h"
 #include "progress.h"
 
 namespace fs = std::filesystem;

@@ -1,4 +1,4 @@
-#include "inspect.h"
+#include "archivemap.h"
 
 #include <algorithm>
 #include <cstdarg>
