@@ -99,11 +99,13 @@ void EndSearch(long hFind)
 }
 
 // A search put aside while a nested unit runs searches of its own: handed back when
-// the nested unit is done, ended when an error leaves the walk.
+// the nested unit is done, ended when an error leaves the walk. It takes the search
+// from s_hFind, so that exactly one owner ends it: an error raised before the nested
+// unit starts a search of its own would otherwise leave it in both places.
 class CSavedSearch
 {
 public:
-    explicit CSavedSearch(long hFind) : m_hFind(hFind) {}
+    CSavedSearch() : m_hFind(s_hFind) { s_hFind = -1; }
     ~CSavedSearch() { EndSearch(m_hFind); }
     CSavedSearch(CSavedSearch const &) = delete;
     CSavedSearch & operator=(CSavedSearch const &) = delete;
@@ -424,7 +426,7 @@ void CExtendedFileSystem::PackUnitDirectories(std::FILE * pStream, std::uint64_t
             pEntry->m_ulOffset = static_cast<std::uint32_t>(ullOffset);
         }
         {
-            CSavedSearch Saved(s_hFind);
+            CSavedSearch Saved;
             // The nested call copies the name before its searches overwrite it.
             RecursiveArchiveCreate(szName, pStream);
             s_hFind = Saved.Release();

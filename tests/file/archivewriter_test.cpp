@@ -1,11 +1,14 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <filesystem>
 #include <map>
 #include <memory>
 #include <string>
 #include <vector>
+
+#include <unistd.h>
 
 #include "archivebuilder.h"
 #include "common/file/extendedfilesystem.h"
@@ -420,4 +423,65 @@ TEST_F(ArchiveWriter, TheArchiveInsideItsOwnTreeIsLeftOut)
     m_Dir.WriteFile("self/self.arc.old", "not me");
     ASSERT_TRUE(Xfs().CreateArchive("self/self.arc", "./self"));
     EXPECT_EQ(m_Dir.ReadFile("self/self.arc"), ArchiveUnit({{"self.arc.old", "not me"}}));
+}
+
+namespace
+{
+// Runs CreateArchive in the current directory and exits with the low byte of the code
+// of the error it raised (0 for none; 255 for an unexpected text), so that a crash
+// shows as a signal and not as an exit code.
+[[noreturn]] void PackAndExit(char const * szArchive, char const * szSource)
+{
+    CExtendedFileSystem * const pXfs = new CExtendedFileSystem;
+    std::string sText;
+    std::uint32_t const ulCode =
+        ErrorCodeOf([&] { pXfs->CreateArchive(szArchive, szSource); }, &sText);
+    bool const bText =
+        ulCode == 0 ||
+        sText == "Could not change to the directory, the directory doesn't probably exist.";
+    std::exit(bText ? static_cast<int>(ulCode % 256) : 255);
+}
+} // namespace
+
+TEST_F(ArchiveWriter, ASubdirectoryThatCannotBeEnteredEndsThePackWithoutACrash)
+{
+    // 4016 is 0xFB0: exit code 176.
+    int const nChangeDirectory = 4016 % 256;
+    // A backslash counts as a separator on the way to the disk: "a\b" leads nowhere.
+    m_Dir.WriteFile("slash/first.txt", "1");
+    fs::create_directories("slash/a\\b");
+    m_Dir.WriteFile("slash/a\\b/inside.txt", "2");
+    EXPECT_EXIT(PackAndExit("slash.arc", "./slash"), testing::ExitedWithCode(nChangeDirectory), "");
+    // The error leaves the current directory where the walk was, and the archive with
+    // the provisional header of the unit that wasn't finished: an empty archive.
+    EXPECT_EQ(ErrorCodeOf([&] { Xfs().CreateArchive("slash.arc", "./slash"); }), 4016u);
+    EXPECT_EQ(Cwd(), m_Dir / "slash");
+    fs::current_path(m_Dir.Path());
+    EXPECT_EQ(m_Dir.ReadFile("slash.arc").substr(0, 32), ArchiveHeader(0, 0, 0));
+
+    // A tree deeper than the 1024 bytes in which the walk keeps the directory it came from.
+    std::string sDeep = "./deep";
+    while (sDeep.size() < 1100)
+        sDeep += "/" + std::string(200, 'd');
+    fs::create_directories(sDeep);
+    m_Dir.WriteFile(sDeep.substr(2) + "/leaf.txt", "leaf");
+    EXPECT_EXIT(PackAndExit("deep.arc", "./deep"), testing::ExitedWithCode(nChangeDirectory), "");
+}
+
+TEST_F(ArchiveWriter, ADirectoryWithoutPermissionEndsThePackWithoutACrash)
+{
+    // Permissions bind only a process that isn't root: the child drops to nobody.
+    fs::permissions(m_Dir.Path(), fs::perms::all);
+    m_Dir.WriteFile("tree/a.txt", "a");
+    fs::create_directories("tree/locked/inner");
+    fs::permissions("tree", fs::perms::all);
+    fs::permissions("tree/locked", fs::perms::none);
+    auto const PackAsNobody = []
+    {
+        if (::geteuid() == 0 && (::setgid(65534) != 0 || ::setuid(65534) != 0))
+            std::exit(254);
+        PackAndExit("tree.arc", "./tree");
+    };
+    EXPECT_EXIT(PackAsNobody(), testing::ExitedWithCode(4016 % 256), "");
+    fs::permissions("tree/locked", fs::perms::owner_all);
 }
