@@ -18,6 +18,33 @@ CZRMailSlot::CZRMailSlot()
 {
 }
 
+CZRMailSlot::CZRMailSlot(CZRMailSlot const & Other)
+    : m_hMailSlot(Other.m_hMailSlot), m_bServer(Other.m_bServer),
+      m_ulTotalBytesWritten(Other.m_ulTotalBytesWritten),
+      m_ulTotalBytesRead(Other.m_ulTotalBytesRead), m_ulBufferPos(Other.m_ulBufferPos)
+{
+    std::memcpy(m_achBuffer, Other.m_achBuffer, sizeof(m_achBuffer));
+    if (Other.IsOpened())
+        m_hMailSlot = PLATFORM_ShareMailSlot(Other.m_hMailSlot);
+}
+
+CZRMailSlot & CZRMailSlot::operator=(CZRMailSlot const & Other)
+{
+    if (this == &Other)
+        return *this;
+    void * hShared =
+        Other.IsOpened() ? PLATFORM_ShareMailSlot(Other.m_hMailSlot) : Other.m_hMailSlot;
+    if (IsOpened())
+        Close();
+    m_hMailSlot = hShared;
+    m_bServer = Other.m_bServer;
+    m_ulTotalBytesWritten = Other.m_ulTotalBytesWritten;
+    m_ulTotalBytesRead = Other.m_ulTotalBytesRead;
+    std::memcpy(m_achBuffer, Other.m_achBuffer, sizeof(m_achBuffer));
+    m_ulBufferPos = Other.m_ulBufferPos;
+    return *this;
+}
+
 CZRMailSlot::~CZRMailSlot()
 {
     if (IsOpened())
@@ -176,6 +203,21 @@ bool CZRMailSlot::WaitForMessage(std::uint32_t ulTimeout) const
     if (!m_bServer)
         return false;
     return PLATFORM_WaitForMailSlot(m_hMailSlot, ulTimeout);
+}
+
+bool CZRMailSlot::GetSender(std::uint32_t & ulProcessId, std::uint32_t & ulUserId) const
+{
+    sMailSlotSender Sender{false, 0, 0};
+    if (!m_bServer || !PLATFORM_GetMailSlotSender(m_hMailSlot, Sender))
+        return false;
+    ulProcessId = Sender.m_ulProcessId;
+    ulUserId = Sender.m_ulUserId;
+    return true;
+}
+
+std::uint32_t CZRMailSlot::GetMessagesLost() const
+{
+    return IsOpened() ? PLATFORM_GetMailSlotLost(m_hMailSlot) : 0;
 }
 
 void CZRMailSlot::ThrowException(std::uint32_t ulCode, std::uint32_t ulLine, char const * szFile,

@@ -4,6 +4,8 @@
 // length, then the text) and sent whole; a received block is emptied the same way.
 // Read and Write never return false: a value that does not fit raises 5002 or 5003 and
 // leaves block and cursor as they were. No lock: one thread at a time, Begin to End.
+// A copy shares the open slot of its original: each copy closes only its own share, and
+// the slot goes with the last one, so that copies never free it twice.
 #pragma once
 
 #include <cstdint>
@@ -18,9 +20,10 @@ public:
     static constexpr std::uint32_t MESSAGE_SIZE = 400;
 
     CZRMailSlot();
-    // Copies share the handle: only one of them may be closed.
-    CZRMailSlot(CZRMailSlot const & Other) = default;
-    CZRMailSlot & operator=(CZRMailSlot const & Other) = default;
+    // Copies every member; an open handle is shared, not duplicated.
+    CZRMailSlot(CZRMailSlot const & Other);
+    // Gives up this object's own share of an open slot first.
+    CZRMailSlot & operator=(CZRMailSlot const & Other);
     virtual ~CZRMailSlot();
 
     // Creates the slot (server) or opens an existing one (client); raises 5000. A slot
@@ -55,6 +58,14 @@ public:
     // Server only: waits up to ulTimeout milliseconds for a message, without spinning.
     // True when one waits; false for a client, on time-out, or when a signal arrives.
     bool WaitForMessage(std::uint32_t ulTimeout) const;
+    // Server only: the process and user that sent the message the last BeginRead took,
+    // as the system vouches for them, not as the message claims. False where the
+    // system does not tell (no message yet, a client, Windows mailslots).
+    bool GetSender(std::uint32_t & ulProcessId, std::uint32_t & ulUserId) const;
+    // Of a client: messages that could not be delivered (no server heard them, or its
+    // queue stayed full). Of a server: messages that its clients could not deliver
+    // while it was there, as they told it afterwards. Counted from the slot's opening.
+    std::uint32_t GetMessagesLost() const;
 
 private:
     [[noreturn]] void ThrowException(std::uint32_t ulCode, std::uint32_t ulLine,

@@ -1,9 +1,11 @@
 // Mailslots on local datagram sockets. "\\.\mailslot\NAME" and "\\*\mailslot\NAME"
 // name one local endpoint per NAME (compared case-blind). A server creates it and
-// receives; a client of "\\.\" needs the server and a full queue fails its send; a
-// client of "\\*\" is a broadcast: it opens without a server, and a send that nobody
-// can take is dropped and counts as sent. No call ever blocks except the wait.
-// A handle is used by one thread at a time.
+// receives; a client of "\\.\" needs the server; a client of "\\*\" is a broadcast:
+// it opens without a server, and a send that nobody hears is dropped and counts as sent.
+// A send to a full queue waits up to PLATFORM_MAILSLOT_SEND_WAIT for room, and only
+// then is dropped (broadcast) or fails (direct); a slot that stayed full is not waited
+// for again until it takes a message. Only the send and the server's wait block.
+// A handle, and every handle shared from it, is used by one thread at a time.
 #pragma once
 
 #include <cstdint>
@@ -14,6 +16,17 @@ void * const PLATFORM_INVALID_MAILSLOT = reinterpret_cast<void *>(-1);
 constexpr std::uint32_t PLATFORM_MAILSLOT_NO_MESSAGE = 0xFFFFFFFF;
 // The longest message a slot takes; a longer one fails or is dropped like a full queue.
 constexpr std::uint32_t PLATFORM_MAILSLOT_MAX_MESSAGE = 65536;
+
+// How long a send waits for room in a full queue while the server takes nothing, in ms.
+constexpr std::uint32_t PLATFORM_MAILSLOT_SEND_WAIT = 250;
+
+// The sender of a received message, as the system vouches for it (not as it claims).
+struct sMailSlotSender
+{
+    bool m_bKnown;               // false where the system does not tell (Windows mailslots)
+    std::uint32_t m_ulProcessId; // the sending process, in the receiver's view
+    std::uint32_t m_ulUserId;
+};
 
 // Server side: the handle, or PLATFORM_INVALID_MAILSLOT when the name is malformed,
 // not a "\\.\" name, or already served. An abstract socket address has room for a
@@ -35,4 +48,14 @@ bool PLATFORM_GetMailSlotInfo(void * hSlot, std::uint32_t * pulMaxMessageSize,
 // Server handles only: waits until a message waits (true) or ulTimeout milliseconds
 // pass, or a signal arrives (false).
 bool PLATFORM_WaitForMailSlot(void * hSlot, std::uint32_t ulTimeout);
+// Server handles only: the sender of the message that the last successful read took.
+// False, with m_bKnown false, when there is none or the system does not tell.
+bool PLATFORM_GetMailSlotSender(void * hSlot, sMailSlotSender & Sender);
+// Of a client: the messages it could not deliver (nobody heard them, or the queue stayed
+// full). Of a server: the messages its senders could not deliver to it while it was
+// there and told it so afterwards. 0 for an invalid handle.
+std::uint32_t PLATFORM_GetMailSlotLost(void * hSlot);
+// Another handle on the same open slot, to be closed on its own; the slot is freed with
+// the last one. PLATFORM_INVALID_MAILSLOT when hSlot is not open.
+void * PLATFORM_ShareMailSlot(void * hSlot);
 bool PLATFORM_CloseMailSlot(void * hSlot);

@@ -185,7 +185,9 @@ TEST_F(LogMon, PrintsRecordsOfAnotherProcessAndReportsMalformedOnes)
             _ZR_Log_Fn("c.src", sLog.c_str(), "", 0xFFFFFFFF, 0, LOG_MAILSLOT, 5, "%s", "third");
         },
         nGo);
-    std::string const sPrefix = HostName() + " | " + sLog + " | " + std::to_string(nChild);
+    std::string const sPrefix = "[pid " + std::to_string(nChild) + " uid " +
+                                std::to_string(::getuid()) + "] " + HostName() + " | " + sLog +
+                                " | " + std::to_string(nChild);
     EXPECT_EQ(LetLog(nChild, nGo), 0);
 
     std::string sLine;
@@ -220,8 +222,16 @@ TEST_F(LogMon, PrintsJsonFilteredByLevelAndProcess)
 
     std::string const sPrefix = "{\"computer\":\"" + HostName() + "\",\"log\":\"" + sLog +
                                 "\",\"pid\":" + sChild + ",\"level\":7,\"tick\":\"";
-    ExpectLine(sPrefix, "\",\"context\":\"\",\"file\":\"a.src\",\"line\":1,\"message\":\"a\"}");
+    std::string const sSender = ",\"sender_pid\":" + sChild +
+                                ",\"sender_uid\":" + std::to_string(::getuid()) +
+                                ",\"pid_differs\":false}";
+    ExpectLine(sPrefix,
+               "\",\"context\":\"\",\"file\":\"a.src\",\"line\":1,\"message\":\"a\"" + sSender);
     ExpectLine(sPrefix, "\",\"context\":\"q\\\"uote\\\\\\u0001\\u00e9\",\"file\":\"a.src\","
-                        "\"line\":3,\"message\":\"c\"}");
+                        "\"line\":3,\"message\":\"c\"" +
+                            sSender);
     EXPECT_EQ(Interrupt(), 0);
+    std::string sLine;
+    ASSERT_TRUE(ReadLine(1, sLine));
+    EXPECT_TRUE(sLine.find(",\"shown\":2,\"lost\":0}") != std::string::npos) << sLine;
 }

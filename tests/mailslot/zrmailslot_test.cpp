@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <cstring>
 #include <functional>
 #include <string>
 
@@ -289,32 +290,144 @@ TEST_F(ZRMailSlotPair, BroadcastAndLocalNamesMeetAtOneCaseBlindEndpoint)
     EXPECT_STREQ(sText.GetString(), "heard");
 }
 
-TEST_F(ZRMailSlotPair, SendsNeverBlockOnAFullQueue)
+// Fills the server's queue (net.unix.max_dgram_qlen messages, often 10) until a send
+// has waited in vain for room; the number of messages that went in.
+int FillQueue(CZRMailSlot & Client)
 {
-    // The system bounds the queue (net.unix.max_dgram_qlen messages, 10 by default).
-    std::string sError;
     int nSent = 0;
-    for (; nSent < 100000 && sError.empty(); ++nSent)
-        sError = ErrorOf(
-            [&]
-            {
-                m_Client.BeginWrite();
-                m_Client.EndWrite();
-            });
-    EXPECT_EQ(sError, s_sWriteError);
-    EXPECT_EQ(m_Client.GetTotalBytesWritten(), 400u * static_cast<std::uint32_t>(nSent - 1));
+    for (; nSent < 100000; ++nSent)
+    {
+        std::uint32_t const ulLost = Client.GetMessagesLost();
+        Client.BeginWrite();
+        if (!ErrorOf([&] { Client.EndWrite(); }).empty() || Client.GetMessagesLost() != ulLost)
+            break;
+    }
+    return nSent;
+}
 
-    // The broadcast that the full queue cannot take is lost and counts as sent.
+TEST_F(ZRMailSlotPair, AFullQueueIsWaitedForOnceThenCountedAndReported)
+{
+    // The direct client's send that finds no room for the whole wait fails, and so do
+    // the next ones at once while nobody reads.
+    int const nQueued = FillQueue(m_Client);
+    EXPECT_GT(nQueued, 0);
+    EXPECT_EQ(m_Client.GetTotalBytesWritten(), 400u * static_cast<std::uint32_t>(nQueued));
+    m_Client.BeginWrite();
+    EXPECT_EQ(ErrorOf([&] { m_Client.EndWrite(); }), s_sWriteError);
+    EXPECT_EQ(m_Client.GetMessagesLost(), 2u);
+
+    // A broadcast nobody can take is lost, counts as sent, and is counted as lost.
     CZRMailSlot Broadcast;
     Broadcast.Open(SlotName('*', "pair").c_str(), false);
-    Broadcast.BeginWrite();
-    EXPECT_EQ(ErrorOf([&] { Broadcast.EndWrite(); }), "");
-    EXPECT_EQ(Broadcast.GetTotalBytesWritten(), 400u);
+    for (int i = 0; i < 3; ++i)
+    {
+        Broadcast.BeginWrite();
+        EXPECT_EQ(ErrorOf([&] { Broadcast.EndWrite(); }), "");
+    }
+    EXPECT_EQ(Broadcast.GetTotalBytesWritten(), 1200u);
+    EXPECT_EQ(Broadcast.GetMessagesLost(), 3u);
 
-    // Once the server has read, the direct client gets through again.
-    m_Server.BeginRead();
+    // Once the server reads, both get through and tell it what they lost; the notices
+    // are not messages of their own.
+    for (int i = 0; i < nQueued; ++i)
+        m_Server.BeginRead();
     m_Client.BeginWrite();
+    m_Client.Write(CZRString("direct"));
     EXPECT_EQ(ErrorOf([&] { m_Client.EndWrite(); }), "");
+    EXPECT_EQ(Receive(m_Server), Block(Length(6) + "direct"));
+    Broadcast.BeginWrite();
+    Broadcast.Write(CZRString("broadcast"));
+    Broadcast.EndWrite();
+    EXPECT_EQ(Receive(m_Server), Block(Length(9) + "broadcast"));
+    EXPECT_FALSE(m_Server.AreMessagesWaiting());
+    EXPECT_EQ(m_Server.GetMessagesLost(), 5u);
+    EXPECT_EQ(m_Server.GetTotalBytesRead(), 400u * static_cast<std::uint32_t>(nQueued + 2));
+}
+
+TEST_F(ZRMailSlotPair, TheServerLearnsTheRealSenderOfEachMessage)
+{
+    std::uint32_t ulPid = 0;
+    std::uint32_t ulUid = 0;
+    EXPECT_FALSE(m_Server.GetSender(ulPid, ulUid));
+    m_Client.BeginWrite();
+    std::uint32_t const ulClaimed = 77;
+    m_Client.Write(&ulClaimed, 4);
+    m_Client.EndWrite();
+    m_Server.BeginRead();
+    ASSERT_TRUE(m_Server.GetSender(ulPid, ulUid));
+    EXPECT_EQ(ulPid, static_cast<std::uint32_t>(::getpid()));
+    EXPECT_EQ(ulUid, static_cast<std::uint32_t>(::getuid()));
+    EXPECT_FALSE(m_Client.GetSender(ulPid, ulUid));
+}
+
+TEST(ZRMailSlot, CopiesShareTheSlotAndEachClosesOnlyItsOwnShare)
+{
+    std::string const sName = SlotName('.', "copies");
+    CZRMailSlot Server;
+    Server.Open(sName.c_str(), true);
+    auto Send = [](CZRMailSlot & Client, char const * szText)
+    {
+        Client.BeginWrite();
+        Client.Write(CZRString(szText));
+        Client.EndWrite();
+    };
+    {
+        CZRMailSlot Client;
+        Client.Open(sName.c_str(), false);
+        Send(Client, "one");
+        CZRMailSlot Copy(Client);
+        EXPECT_TRUE(Copy.IsOpened());
+        EXPECT_EQ(Copy.GetTotalBytesWritten(), 400u);
+        EXPECT_TRUE(Client.Close());
+        Send(Copy, "two");
+        CZRMailSlot Assigned;
+        Assigned.Open(SlotName('*', "elsewhere").c_str(), false);
+        Assigned = Copy;
+        Assigned = Assigned;
+        Send(Assigned, "three");
+        Copy = CZRMailSlot();
+        EXPECT_FALSE(Copy.IsOpened());
+        // The last of the three closes the slot when it goes out of scope.
+    }
+    for (char const * szText : {"one", "two", "three"})
+        EXPECT_EQ(Receive(Server),
+                  Block(Length(static_cast<std::int32_t>(std::strlen(szText))) + szText));
+    CZRMailSlot ServerCopy = Server;
+    Server.Close();
+    EXPECT_FALSE(ServerCopy.AreMessagesWaiting());
+    EXPECT_TRUE(ServerCopy.Close());
+    EXPECT_FALSE(ServerCopy.Close());
+}
+
+TEST(ZRMailSlot, ABroadcastOutlivesItsServerAndFindsTheNextOne)
+{
+    std::string const sName = SlotName('.', "restart");
+    CZRMailSlot Broadcast;
+    Broadcast.Open(SlotName('*', "restart").c_str(), false);
+    auto Send = [&](std::int32_t lValue)
+    {
+        Broadcast.BeginWrite();
+        Broadcast.Write(&lValue, 4);
+        EXPECT_EQ(ErrorOf([&] { Broadcast.EndWrite(); }), "");
+    };
+    {
+        CZRMailSlot Server;
+        Server.Open(sName.c_str(), true);
+        Send(1);
+        EXPECT_EQ(Receive(Server), Block(Length(1)));
+        Send(2);
+    }
+    // Gone mid-stream: the sends cost nothing, are counted, and the next server hears on.
+    Send(3);
+    Send(4);
+    EXPECT_EQ(Broadcast.GetMessagesLost(), 2u);
+    CZRMailSlot Server;
+    Server.Open(sName.c_str(), true);
+    Send(5);
+    EXPECT_EQ(Receive(Server), Block(Length(5)));
+    EXPECT_FALSE(Server.AreMessagesWaiting());
+    // What a server never heard is not a loss it is told of.
+    EXPECT_EQ(Server.GetMessagesLost(), 0u);
 }
 
 TEST(ZRMailSlot, DirectClientFailsOnceItsServerIsGone)

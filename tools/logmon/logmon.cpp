@@ -2,7 +2,10 @@
 // function sends its mailslot records) and prints each record as it arrives, one line
 // in the form of the .log file or one JSON object. It sleeps in the system while
 // nothing arrives, reports malformed messages on stderr and goes on, and ends cleanly
-// on Ctrl-C (SIGINT) or SIGTERM.
+// on Ctrl-C (SIGINT) or SIGTERM. Each record shows the process and user that really sent
+// it, as the system tells, and a record that claims another process id is marked. At
+// its end it tells how many records it took, showed, and knows it missed: senders that
+// had to drop records while it was there say so in a loss notice beside the records.
 #include <csignal>
 #include <cstdint>
 #include <cstdio>
@@ -24,6 +27,8 @@ volatile std::sig_atomic_t s_bStop = 0;
 // that comes just before the wait begins.
 constexpr std::uint32_t WAIT_MILLISECONDS = 250;
 
+constexpr int DRAIN_AT_END = 1000;
+
 void OnStopSignal(int)
 {
     s_bStop = 1;
@@ -36,6 +41,14 @@ struct sOptions
     std::vector<std::string> m_vLogNames;
     std::vector<long long> m_vLevels;
     std::vector<long long> m_vProcessIds;
+    std::vector<long long> m_vUserIds;
+};
+
+struct sCounts
+{
+    std::uint64_t m_ullReceived = 0;
+    std::uint64_t m_ullShown = 0;
+    std::uint32_t m_ulLost = 0;
 };
 
 bool MatchesNumber(std::vector<long long> const & vWanted, std::uint32_t ulValue)
@@ -60,20 +73,26 @@ bool Matches(sOptions const & Options, sWireRecord const & Record)
             0)
             bLogName = true;
     }
-    return bLogName && MatchesNumber(Options.m_vLevels, Record.m_ulLevel) &&
+    // A record whose sender the system does not name cannot prove its user.
+    bool const bUser =
+        Options.m_vUserIds.empty() ||
+        (Record.m_bSenderKnown && MatchesNumber(Options.m_vUserIds, Record.m_ulSenderUserId));
+    return bLogName && bUser && MatchesNumber(Options.m_vLevels, Record.m_ulLevel) &&
            MatchesNumber(Options.m_vProcessIds, Record.m_ulProcessId);
 }
 
 void Print(sOptions const & Options, sWireRecord const & Record)
 {
     std::string const sLine =
-        (Options.m_bJson ? FormatRecordJson(Record) : FormatRecordLine(Record)) + "\n";
+        (Options.m_bJson ? FormatRecordJson(Record)
+                         : FormatSenderTag(Record) + FormatRecordLine(Record)) +
+        "\n";
     std::fwrite(sLine.data(), 1, sLine.size(), stdout);
     std::fflush(stdout);
 }
 
 // Takes one waiting message; prints it when it is a record that passes the filters.
-void TakeMessage(sOptions const & Options, CZRMailSlot & Slot)
+void TakeMessage(sOptions const & Options, CZRMailSlot & Slot, sCounts & Counts)
 {
     std::uint32_t const ulSize = Slot.GetMessageSize();
     Slot.BeginRead();
@@ -96,8 +115,38 @@ void TakeMessage(sOptions const & Options, CZRMailSlot & Slot)
                      static_cast<unsigned>(CZRMailSlot::MESSAGE_SIZE));
         return;
     }
+    ++Counts.m_ullReceived;
     if (Matches(Options, Record))
+    {
         Print(Options, Record);
+        ++Counts.m_ullShown;
+    }
+}
+
+// Tells on stderr when senders have reported records that they could not deliver.
+void ReportNewLosses(CZRMailSlot const & Slot, sCounts & Counts)
+{
+    std::uint32_t const ulLost = Slot.GetMessagesLost();
+    if (ulLost == Counts.m_ulLost)
+        return;
+    std::fprintf(stderr,
+                 "logmon: senders report %u records lost (their queue stayed full), %u in all\n",
+                 static_cast<unsigned>(ulLost - Counts.m_ulLost), static_cast<unsigned>(ulLost));
+    Counts.m_ulLost = ulLost;
+}
+
+void ReportEnd(sOptions const & Options, sCounts const & Counts)
+{
+    std::fprintf(stderr, "logmon: %llu records received, %llu shown, %u known lost\n",
+                 static_cast<unsigned long long>(Counts.m_ullReceived),
+                 static_cast<unsigned long long>(Counts.m_ullShown),
+                 static_cast<unsigned>(Counts.m_ulLost));
+    if (Options.m_bJson)
+        std::printf("{\"received\":%llu,\"shown\":%llu,\"lost\":%u}\n",
+                    static_cast<unsigned long long>(Counts.m_ullReceived),
+                    static_cast<unsigned long long>(Counts.m_ullShown),
+                    static_cast<unsigned>(Counts.m_ulLost));
+    std::fflush(stdout);
 }
 
 int Serve(sOptions const & Options)
@@ -115,14 +164,23 @@ int Serve(sOptions const & Options)
     }
     std::fprintf(stderr, "logmon: serving %s, Ctrl-C ends\n", Options.m_sSlotName.c_str());
 
+    sCounts Counts;
     while (s_bStop == 0)
     {
-        if (!Slot.WaitForMessage(WAIT_MILLISECONDS))
-            continue;
-        while (s_bStop == 0 && Slot.AreMessagesWaiting())
-            TakeMessage(Options, Slot);
+        if (Slot.WaitForMessage(WAIT_MILLISECONDS))
+        {
+            while (s_bStop == 0 && Slot.AreMessagesWaiting())
+                TakeMessage(Options, Slot, Counts);
+        }
+        ReportNewLosses(Slot, Counts);
     }
+    // What waits already was sent while this monitor served: take it before ending, but
+    // no more than a queue holds, so that busy senders cannot keep the monitor alive.
+    for (int nLeft = DRAIN_AT_END; nLeft > 0 && Slot.AreMessagesWaiting(); --nLeft)
+        TakeMessage(Options, Slot, Counts);
+    ReportNewLosses(Slot, Counts);
     Slot.Close();
+    ReportEnd(Options, Counts);
     return 0;
 }
 } // namespace
@@ -132,8 +190,11 @@ int main(int nArgs, char ** aszArgs)
     sOptions Options;
     CLI::App App{"Serves a mailslot and prints every log record that arrives on it, one per "
                  "line, as the .log file has it:\n"
-                 "  computer | log name | process id | level | tick | context | source file "
-                 "| line | message\n"
+                 "  [pid P uid U] computer | log name | process id | level | tick | context "
+                 "| source file | line | message\n"
+                 "where P and U are the process and user that really sent it, as the system "
+                 "says (\"CLAIMS\" marks a record that names another process id). When it "
+                 "ends it tells how many records it received, showed and knows were lost.\n"
                  "Run it beside a program that logs with the mailslot sink (bit 4). Several "
                  "values of one filter mean any of them; different filters must all match. "
                  "Ctrl-C ends it.",
@@ -142,10 +203,13 @@ int main(int nArgs, char ** aszArgs)
         ->capture_default_str();
     App.add_flag("-j,--json", Options.m_bJson,
                  "One JSON object per line: computer, log, pid, level, tick (text), context, "
-                 "file, line, message");
+                 "file, line, message, sender_pid, sender_uid, pid_differs; at the end one "
+                 "object of received, shown and lost");
     App.add_option("-l,--log", Options.m_vLogNames, "Only records of this log name (case-blind)");
     App.add_option("--level", Options.m_vLevels, "Only records of this level");
-    App.add_option("-p,--pid", Options.m_vProcessIds, "Only records of this process id");
+    App.add_option("-p,--pid", Options.m_vProcessIds, "Only records that claim this process id");
+    App.add_option("-u,--uid", Options.m_vUserIds,
+                   "Only records that the system says this user sent (Linux)");
     CLI11_PARSE(App, nArgs, aszArgs);
 
     std::signal(SIGINT, OnStopSignal);

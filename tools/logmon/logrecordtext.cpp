@@ -61,6 +61,7 @@ void DecodeRecord(CZRMailSlot & Slot, sWireRecord & Record)
     Slot.Read(&Record.m_ulLine, 4);
     Slot.Read(Record.m_sMessage);
     Slot.EndRead();
+    Record.m_bSenderKnown = Slot.GetSender(Record.m_ulSenderProcessId, Record.m_ulSenderUserId);
 }
 
 std::string FormatRecordLine(sWireRecord const & Record)
@@ -82,5 +83,25 @@ std::string FormatRecordJson(sWireRecord const & Record)
            ",\"context\":" + JsonString(Record.m_sContext) +
            ",\"file\":" + JsonString(Record.m_sSourceFile) +
            ",\"line\":" + Signed(Record.m_ulLine) +
-           ",\"message\":" + JsonString(Record.m_sMessage) + "}";
+           ",\"message\":" + JsonString(Record.m_sMessage) + ",\"sender_pid\":" +
+           (Record.m_bSenderKnown ? std::to_string(Record.m_ulSenderProcessId) : "null") +
+           ",\"sender_uid\":" +
+           (Record.m_bSenderKnown ? std::to_string(Record.m_ulSenderUserId) : "null") +
+           ",\"pid_differs\":" + (ClaimsOtherProcess(Record) ? "true" : "false") + "}";
+}
+
+std::string FormatSenderTag(sWireRecord const & Record)
+{
+    if (!Record.m_bSenderKnown)
+        return "[sender unknown] ";
+    std::string sTag = "[pid " + std::to_string(Record.m_ulSenderProcessId) + " uid " +
+                       std::to_string(Record.m_ulSenderUserId);
+    if (ClaimsOtherProcess(Record))
+        sTag += " CLAIMS " + Signed(Record.m_ulProcessId);
+    return sTag + "] ";
+}
+
+bool ClaimsOtherProcess(sWireRecord const & Record)
+{
+    return Record.m_bSenderKnown && Record.m_ulSenderProcessId != Record.m_ulProcessId;
 }

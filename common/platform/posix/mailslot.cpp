@@ -1,10 +1,18 @@
 // A slot is an AF_UNIX SOCK_DGRAM socket in the abstract namespace, so that it needs
 // no file, vanishes with its server and is seen by every process of the machine. The
-// address is "zr-mailslot:" and the lower-cased NAME. Datagrams keep their bounds;
-// every send is MSG_DONTWAIT, every receive too.
+// address is "zr-mailslot:" and the lower-cased NAME. Datagrams keep their bounds.
+// The system's queue is short (net.unix.max_dgram_qlen, often 10), so a client connects
+// to the server and, when the queue is full, sleeps in poll until the server takes a
+// message: the kernel wakes a connected writer when its peer's queue gets room. The
+// server asks for SO_PASSCRED, so that each datagram carries its sender's real ids.
+// A client that had to drop messages while a server was there tells it afterwards with a
+// loss notice: a datagram longer than a 400-byte record, which readers of fixed-size
+// records pass over, and which the server takes out of the stream and counts.
 #include "common/platform/mailslot.h"
 
+#include <atomic>
 #include <cerrno>
+#include <chrono>
 #include <cstddef>
 #include <cstring>
 #include <new>
@@ -17,13 +25,37 @@ namespace
 {
 char const s_szAddressPrefix[] = "zr-mailslot:";
 
+// The loss notice: the mark, then the number of messages lost, 4 bytes little-endian,
+// then zero bytes up to its size.
+char const s_achNoticeMark[16] = {'z', 'r', '-', 'm', 'a', 'i', 'l', 's',
+                                  'l', 'o', 't', '-', 'l', 'o', 's', 't'};
+constexpr std::size_t NOTICE_SIZE = 408;
+
+// How long a send waits for room at most in all, however often the server takes a
+// message and another client gets the room first.
+constexpr std::uint32_t SEND_WAIT_CAP_MILLISECONDS = 2000;
+
 struct sMailSlotEndpoint
 {
+    std::atomic<int> m_nShares; // handles on this endpoint; freed with the last
     int m_nSocket;
     bool m_bServer;
-    bool m_bBroadcast; // a "\\*\" client: unconnected, sends to m_Address each time
+    bool m_bBroadcast; // a "\\*\" client: connects to whichever server is there
+    bool m_bConnected;
+    bool m_bStuck; // the last send found the queue full for the whole wait
     sockaddr_un m_Address;
     socklen_t m_nAddressLength;
+    std::uint32_t m_ulLost;       // client: not delivered; server: reported by notices
+    std::uint32_t m_ulUnreported; // client: lost while a server was there, not told yet
+    sMailSlotSender m_LastSender; // server: of the last message taken
+};
+
+enum eSendResult
+{
+    SEND_DONE,
+    SEND_FULL, // the queue stayed full
+    SEND_GONE, // no server (any more) at the other end
+    SEND_FAILED
 };
 
 char LowerAscii(char c)
@@ -82,8 +114,8 @@ sMailSlotEndpoint * ServerEndpoint(void * hSlot)
     return (pEndpoint != nullptr && pEndpoint->m_bServer) ? pEndpoint : nullptr;
 }
 
-void * NewEndpoint(int nSocket, bool bServer, bool bBroadcast, sockaddr_un const & Address,
-                   socklen_t nLength)
+void * NewEndpoint(int nSocket, bool bServer, bool bBroadcast, bool bConnected,
+                   sockaddr_un const & Address, socklen_t nLength)
 {
     sMailSlotEndpoint * pEndpoint = new (std::nothrow) sMailSlotEndpoint;
     if (pEndpoint == nullptr)
@@ -91,30 +123,183 @@ void * NewEndpoint(int nSocket, bool bServer, bool bBroadcast, sockaddr_un const
         ::close(nSocket);
         return PLATFORM_INVALID_MAILSLOT;
     }
+    pEndpoint->m_nShares = 1;
     pEndpoint->m_nSocket = nSocket;
     pEndpoint->m_bServer = bServer;
     pEndpoint->m_bBroadcast = bBroadcast;
+    pEndpoint->m_bConnected = bConnected;
+    pEndpoint->m_bStuck = false;
     pEndpoint->m_Address = Address;
     pEndpoint->m_nAddressLength = nLength;
+    pEndpoint->m_ulLost = 0;
+    pEndpoint->m_ulUnreported = 0;
+    pEndpoint->m_LastSender = sMailSlotSender{false, 0, 0};
     return pEndpoint;
 }
 
-// A broadcast that finds nobody, or nobody with room, is lost and still counts as sent.
-bool IsDroppedBroadcast(int nError)
+bool IsGone(int nError)
 {
-    return nError == ECONNREFUSED || nError == ENOENT || nError == EAGAIN ||
-           nError == EWOULDBLOCK || nError == ENOBUFS;
+    return nError == ECONNREFUSED || nError == ENOENT || nError == ENOTCONN ||
+           nError == ECONNRESET || nError == EPIPE;
 }
 
-// The size of the next datagram, or -1 when none waits.
-long NextDatagramSize(int nSocket)
+bool Connect(sMailSlotEndpoint & Endpoint)
 {
-    char cProbe;
-    ssize_t nSize;
+    int nResult;
     do
-        nSize = ::recv(nSocket, &cProbe, 0, MSG_PEEK | MSG_TRUNC | MSG_DONTWAIT);
-    while (nSize < 0 && errno == EINTR);
-    return nSize < 0 ? -1 : static_cast<long>(nSize);
+        nResult =
+            ::connect(Endpoint.m_nSocket, reinterpret_cast<sockaddr const *>(&Endpoint.m_Address),
+                      Endpoint.m_nAddressLength);
+    while (nResult != 0 && errno == EINTR);
+    Endpoint.m_bConnected = nResult == 0;
+    return Endpoint.m_bConnected;
+}
+
+long MillisecondsSince(std::chrono::steady_clock::time_point Start)
+{
+    return static_cast<long>(std::chrono::duration_cast<std::chrono::milliseconds>(
+                                 std::chrono::steady_clock::now() - Start)
+                                 .count());
+}
+
+// Sends one datagram on the connected socket. A full queue is waited for in poll until
+// the server has taken nothing for PLATFORM_MAILSLOT_SEND_WAIT; a queue that stayed full
+// at the last send is not waited for.
+eSendResult SendConnected(sMailSlotEndpoint & Endpoint, void const * pData, std::size_t nSize)
+{
+    auto const Start = std::chrono::steady_clock::now();
+    auto Progress = Start;
+    for (;;)
+    {
+        ssize_t const nSent = ::send(Endpoint.m_nSocket, pData, nSize, MSG_DONTWAIT | MSG_NOSIGNAL);
+        if (nSent >= 0)
+            return SEND_DONE;
+        int const nError = errno;
+        if (nError == EINTR)
+            continue;
+        if (IsGone(nError))
+            return SEND_GONE;
+        if (nError != EAGAIN && nError != EWOULDBLOCK)
+            return SEND_FAILED;
+        long const lIdle = MillisecondsSince(Progress);
+        if (Endpoint.m_bStuck || lIdle >= static_cast<long>(PLATFORM_MAILSLOT_SEND_WAIT) ||
+            MillisecondsSince(Start) >= static_cast<long>(SEND_WAIT_CAP_MILLISECONDS))
+            return SEND_FULL;
+        pollfd Poll{Endpoint.m_nSocket, POLLOUT, 0};
+        int const nReady = ::poll(&Poll, 1, static_cast<int>(PLATFORM_MAILSLOT_SEND_WAIT - lIdle));
+        // Room came: the server is reading, even if another client takes the room first.
+        if (nReady == 1)
+            Progress = std::chrono::steady_clock::now();
+    }
+}
+
+// Tells the server how many messages it missed, when the queue has room right now.
+void SendNotice(sMailSlotEndpoint & Endpoint)
+{
+    char achNotice[NOTICE_SIZE] = {};
+    std::memcpy(achNotice, s_achNoticeMark, sizeof(s_achNoticeMark));
+    std::uint32_t const ulLost = Endpoint.m_ulUnreported;
+    for (int i = 0; i < 4; ++i)
+        achNotice[sizeof(s_achNoticeMark) + i] = static_cast<char>((ulLost >> (8 * i)) & 0xFF);
+    ssize_t nSent;
+    do
+        nSent =
+            ::send(Endpoint.m_nSocket, achNotice, sizeof(achNotice), MSG_DONTWAIT | MSG_NOSIGNAL);
+    while (nSent < 0 && errno == EINTR);
+    if (nSent >= 0)
+        Endpoint.m_ulUnreported = 0;
+}
+
+// A broadcast's send: to the server that is there now, whichever process serves it.
+eSendResult SendBroadcast(sMailSlotEndpoint & Endpoint, void const * pData, std::size_t nSize)
+{
+    if (!Endpoint.m_bConnected && !Connect(Endpoint))
+        return SEND_GONE;
+    eSendResult eResult = SendConnected(Endpoint, pData, nSize);
+    // The server it knew is gone; a new one may serve the name already.
+    if (eResult == SEND_GONE && Connect(Endpoint))
+        eResult = SendConnected(Endpoint, pData, nSize);
+    if (eResult == SEND_GONE)
+        Endpoint.m_bConnected = false;
+    return eResult;
+}
+
+// Reads the mark and count of a loss notice; false when the datagram is not one.
+bool IsNotice(char const * pFirst, std::size_t nFirst, char const * pRest, std::size_t nSize,
+              std::uint32_t & ulLost)
+{
+    if (nSize != NOTICE_SIZE)
+        return false;
+    char achNotice[NOTICE_SIZE];
+    std::size_t const nHead = nFirst < NOTICE_SIZE ? nFirst : NOTICE_SIZE;
+    std::memcpy(achNotice, pFirst, nHead);
+    std::memcpy(achNotice + nHead, pRest, NOTICE_SIZE - nHead);
+    if (std::memcmp(achNotice, s_achNoticeMark, sizeof(s_achNoticeMark)) != 0)
+        return false;
+    ulLost = 0;
+    for (int i = 3; i >= 0; --i)
+        ulLost = (ulLost << 8) | static_cast<unsigned char>(achNotice[sizeof(s_achNoticeMark) + i]);
+    return true;
+}
+
+void CountNotice(sMailSlotEndpoint & Endpoint, std::uint32_t ulLost)
+{
+    std::uint32_t const ulRoom = 0xFFFFFFFFu - Endpoint.m_ulLost;
+    Endpoint.m_ulLost += ulLost < ulRoom ? ulLost : ulRoom;
+}
+
+// Receives the next datagram into pBuffer (and what runs past ulSize into a spill of a
+// notice's size), with its sender. Its full length, or -1 when none waits.
+ssize_t ReceiveDatagram(sMailSlotEndpoint & Endpoint, void * pBuffer, std::size_t nSize,
+                        char * pSpill, int nFlags, sMailSlotSender & Sender)
+{
+    iovec aParts[2] = {{pBuffer, nSize}, {pSpill, NOTICE_SIZE}};
+    alignas(cmsghdr) char achControl[CMSG_SPACE(sizeof(ucred))];
+    msghdr Message{};
+    Message.msg_iov = aParts;
+    Message.msg_iovlen = 2;
+    Message.msg_control = achControl;
+    Message.msg_controllen = sizeof(achControl);
+    ssize_t nReceived;
+    do
+        nReceived = ::recvmsg(Endpoint.m_nSocket, &Message, nFlags | MSG_DONTWAIT | MSG_TRUNC);
+    while (nReceived < 0 && errno == EINTR);
+    Sender = sMailSlotSender{false, 0, 0};
+    if (nReceived < 0)
+        return -1;
+    for (cmsghdr * pHeader = CMSG_FIRSTHDR(&Message); pHeader != nullptr;
+         pHeader = CMSG_NXTHDR(&Message, pHeader))
+    {
+        if (pHeader->cmsg_level == SOL_SOCKET && pHeader->cmsg_type == SCM_CREDENTIALS &&
+            pHeader->cmsg_len >= CMSG_LEN(sizeof(ucred)))
+        {
+            ucred Credentials;
+            std::memcpy(&Credentials, CMSG_DATA(pHeader), sizeof(Credentials));
+            Sender = sMailSlotSender{true, static_cast<std::uint32_t>(Credentials.pid),
+                                     static_cast<std::uint32_t>(Credentials.uid)};
+        }
+    }
+    return nReceived;
+}
+
+// The size of the next message, or -1 when none waits. Loss notices in front of it are
+// taken out of the queue and counted.
+long NextDatagramSize(sMailSlotEndpoint & Endpoint)
+{
+    for (;;)
+    {
+        char achHead[NOTICE_SIZE];
+        char achSpill[NOTICE_SIZE];
+        sMailSlotSender Sender;
+        ssize_t const nSize =
+            ReceiveDatagram(Endpoint, achHead, sizeof(achHead), achSpill, MSG_PEEK, Sender);
+        std::uint32_t ulLost = 0;
+        if (nSize < 0 ||
+            !IsNotice(achHead, sizeof(achHead), achSpill, static_cast<std::size_t>(nSize), ulLost))
+            return nSize < 0 ? -1 : static_cast<long>(nSize);
+        ReceiveDatagram(Endpoint, achHead, sizeof(achHead), achSpill, 0, Sender);
+        CountNotice(Endpoint, ulLost);
+    }
 }
 } // namespace
 
@@ -129,12 +314,14 @@ void * PLATFORM_CreateMailSlot(char const * szName)
     if (nSocket < 0)
         return PLATFORM_INVALID_MAILSLOT;
     // An abstract address that is taken refuses the bind: one server per NAME.
-    if (::bind(nSocket, reinterpret_cast<sockaddr const *>(&Address), nLength) != 0)
+    int const nOn = 1;
+    if (::setsockopt(nSocket, SOL_SOCKET, SO_PASSCRED, &nOn, sizeof(nOn)) != 0 ||
+        ::bind(nSocket, reinterpret_cast<sockaddr const *>(&Address), nLength) != 0)
     {
         ::close(nSocket);
         return PLATFORM_INVALID_MAILSLOT;
     }
-    return NewEndpoint(nSocket, true, false, Address, nLength);
+    return NewEndpoint(nSocket, true, false, false, Address, nLength);
 }
 
 void * PLATFORM_OpenMailSlot(char const * szName)
@@ -148,14 +335,16 @@ void * PLATFORM_OpenMailSlot(char const * szName)
     if (nSocket < 0)
         return PLATFORM_INVALID_MAILSLOT;
     bool const bBroadcast = cHost == '*';
-    // A direct client is connected once, which proves that the server is there.
-    if (!bBroadcast &&
-        ::connect(nSocket, reinterpret_cast<sockaddr const *>(&Address), nLength) != 0)
+    void * hSlot = NewEndpoint(nSocket, false, bBroadcast, false, Address, nLength);
+    sMailSlotEndpoint * pEndpoint = Endpoint(hSlot);
+    // A direct client is connected once, which proves that the server is there; a
+    // broadcast connects now if it can, and at each send until it can.
+    if (pEndpoint != nullptr && !Connect(*pEndpoint) && !bBroadcast)
     {
-        ::close(nSocket);
+        PLATFORM_CloseMailSlot(hSlot);
         return PLATFORM_INVALID_MAILSLOT;
     }
-    return NewEndpoint(nSocket, false, bBroadcast, Address, nLength);
+    return hSlot;
 }
 
 bool PLATFORM_WriteMailSlot(void * hSlot, void const * pData, std::uint32_t ulSize,
@@ -163,35 +352,32 @@ bool PLATFORM_WriteMailSlot(void * hSlot, void const * pData, std::uint32_t ulSi
 {
     ulWritten = 0;
     sMailSlotEndpoint * pEndpoint = Endpoint(hSlot);
-    if (pEndpoint == nullptr)
+    if (pEndpoint == nullptr || pEndpoint->m_bServer)
         return false;
-    if (ulSize > PLATFORM_MAILSLOT_MAX_MESSAGE)
+    eSendResult eResult = SEND_FAILED;
+    if (ulSize <= PLATFORM_MAILSLOT_MAX_MESSAGE)
+        eResult = pEndpoint->m_bBroadcast ? SendBroadcast(*pEndpoint, pData, ulSize)
+                                          : SendConnected(*pEndpoint, pData, ulSize);
+    if (eResult == SEND_DONE)
     {
-        if (!pEndpoint->m_bBroadcast)
-            return false;
+        pEndpoint->m_bStuck = false;
+        if (pEndpoint->m_ulUnreported > 0)
+            SendNotice(*pEndpoint);
         ulWritten = ulSize;
         return true;
     }
-
-    int const nFlags = MSG_DONTWAIT | MSG_NOSIGNAL;
-    ssize_t nSent;
-    do
+    if (pEndpoint->m_ulLost < 0xFFFFFFFFu)
+        ++pEndpoint->m_ulLost;
+    if (eResult == SEND_FULL)
     {
-        if (pEndpoint->m_bBroadcast)
-            nSent = ::sendto(pEndpoint->m_nSocket, pData, ulSize, nFlags,
-                             reinterpret_cast<sockaddr const *>(&pEndpoint->m_Address),
-                             pEndpoint->m_nAddressLength);
-        else
-            nSent = ::send(pEndpoint->m_nSocket, pData, ulSize, nFlags);
-    } while (nSent < 0 && errno == EINTR);
-
-    if (nSent < 0)
-    {
-        if (!pEndpoint->m_bBroadcast || !IsDroppedBroadcast(errno))
-            return false;
-        nSent = static_cast<ssize_t>(ulSize);
+        pEndpoint->m_bStuck = true;
+        if (pEndpoint->m_ulUnreported < 0xFFFFFFFFu)
+            ++pEndpoint->m_ulUnreported;
     }
-    ulWritten = static_cast<std::uint32_t>(nSent);
+    if (!pEndpoint->m_bBroadcast || eResult == SEND_FAILED)
+        return false;
+    // A broadcast that nobody could take is lost and still counts as sent.
+    ulWritten = ulSize;
     return true;
 }
 
@@ -202,15 +388,27 @@ bool PLATFORM_ReadMailSlot(void * hSlot, void * pBuffer, std::uint32_t ulSize,
     sMailSlotEndpoint * pEndpoint = Endpoint(hSlot);
     if (pEndpoint == nullptr)
         return false;
-    ssize_t nSize;
-    do
-        nSize = ::recv(pEndpoint->m_nSocket, pBuffer, ulSize, MSG_DONTWAIT | MSG_TRUNC);
-    while (nSize < 0 && errno == EINTR);
-    // With MSG_TRUNC the result is the full datagram length: longer means cut, and lost.
-    if (nSize < 0 || static_cast<std::size_t>(nSize) > ulSize)
-        return false;
-    ulRead = static_cast<std::uint32_t>(nSize);
-    return true;
+    for (;;)
+    {
+        char achSpill[NOTICE_SIZE];
+        sMailSlotSender Sender;
+        ssize_t const nSize = ReceiveDatagram(*pEndpoint, pBuffer, ulSize, achSpill, 0, Sender);
+        if (nSize < 0)
+            return false;
+        std::uint32_t ulLost = 0;
+        if (pEndpoint->m_bServer && IsNotice(static_cast<char const *>(pBuffer), ulSize, achSpill,
+                                             static_cast<std::size_t>(nSize), ulLost))
+        {
+            CountNotice(*pEndpoint, ulLost);
+            continue;
+        }
+        // With MSG_TRUNC the result is the full datagram length: longer means cut, and lost.
+        if (static_cast<std::size_t>(nSize) > ulSize)
+            return false;
+        pEndpoint->m_LastSender = Sender;
+        ulRead = static_cast<std::uint32_t>(nSize);
+        return true;
+    }
 }
 
 bool PLATFORM_GetMailSlotInfo(void * hSlot, std::uint32_t * pulMaxMessageSize,
@@ -223,7 +421,7 @@ bool PLATFORM_GetMailSlotInfo(void * hSlot, std::uint32_t * pulMaxMessageSize,
         *pulMaxMessageSize = PLATFORM_MAILSLOT_MAX_MESSAGE;
     if (pulNextSize == nullptr && pulMessageCount == nullptr)
         return true;
-    long const lNext = NextDatagramSize(pEndpoint->m_nSocket);
+    long const lNext = NextDatagramSize(*pEndpoint);
     if (pulNextSize != nullptr)
         *pulNextSize = lNext < 0 ? PLATFORM_MAILSLOT_NO_MESSAGE : static_cast<std::uint32_t>(lNext);
     if (pulMessageCount != nullptr)
@@ -245,12 +443,37 @@ bool PLATFORM_WaitForMailSlot(void * hSlot, std::uint32_t ulTimeout)
     return ::poll(&Poll, 1, nTimeout) == 1 && (Poll.revents & POLLIN) != 0;
 }
 
+bool PLATFORM_GetMailSlotSender(void * hSlot, sMailSlotSender & Sender)
+{
+    sMailSlotEndpoint * pEndpoint = ServerEndpoint(hSlot);
+    Sender = pEndpoint != nullptr ? pEndpoint->m_LastSender : sMailSlotSender{false, 0, 0};
+    return Sender.m_bKnown;
+}
+
+std::uint32_t PLATFORM_GetMailSlotLost(void * hSlot)
+{
+    sMailSlotEndpoint * pEndpoint = Endpoint(hSlot);
+    return pEndpoint != nullptr ? pEndpoint->m_ulLost : 0;
+}
+
+void * PLATFORM_ShareMailSlot(void * hSlot)
+{
+    sMailSlotEndpoint * pEndpoint = Endpoint(hSlot);
+    if (pEndpoint == nullptr)
+        return PLATFORM_INVALID_MAILSLOT;
+    pEndpoint->m_nShares.fetch_add(1);
+    return pEndpoint;
+}
+
 bool PLATFORM_CloseMailSlot(void * hSlot)
 {
     sMailSlotEndpoint * pEndpoint = Endpoint(hSlot);
     if (pEndpoint == nullptr)
         return false;
-    ::close(pEndpoint->m_nSocket);
-    delete pEndpoint;
+    if (pEndpoint->m_nShares.fetch_sub(1) == 1)
+    {
+        ::close(pEndpoint->m_nSocket);
+        delete pEndpoint;
+    }
     return true;
 }
