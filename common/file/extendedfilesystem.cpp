@@ -24,7 +24,7 @@ char const s_szReadError[] = "Error reading from file.";
 char const s_szWriteError[] = "Error writing to file.";
 } // namespace
 
-CExtendedFileSystem::CExtendedFileSystem() : m_bSetup(false)
+CExtendedFileSystem::CExtendedFileSystem() : m_bSetup(false), m_pWatch(nullptr)
 {
     MEM_Zero(m_aFileInfo, sizeof(m_aFileInfo));
     MEM_Zero(&m_sArchiveRoot, sizeof(m_sArchiveRoot));
@@ -33,7 +33,8 @@ CExtendedFileSystem::CExtendedFileSystem() : m_bSetup(false)
 }
 
 CExtendedFileSystem::CExtendedFileSystem(CExtendedFileSystem const & Other)
-    : m_vRoots(Other.m_vRoots), m_bSetup(Other.m_bSetup), m_vCallbacks(Other.m_vCallbacks)
+    : m_vRoots(Other.m_vRoots), m_bSetup(Other.m_bSetup), m_vCallbacks(Other.m_vCallbacks),
+      m_pWatch(nullptr) // a copy watches nothing: the system's watches stay with their owner
 {
     MEM_Copy(m_aFileInfo, Other.m_aFileInfo, sizeof(m_aFileInfo));
     CopyArchivesFrom(Other);
@@ -52,6 +53,7 @@ CExtendedFileSystem & CExtendedFileSystem::operator=(CExtendedFileSystem const &
     m_vCallbacks = Other.m_vCallbacks;
     FreeArchives();
     CopyArchivesFrom(Other);
+    EndWatches(m_pWatch);
     return *this;
 }
 
@@ -63,6 +65,7 @@ CExtendedFileSystem::~CExtendedFileSystem()
         RemoveAllRoots();
     FreeArchives();
     FreeStreamBuffers();
+    EndWatches(m_pWatch);
 }
 
 bool CExtendedFileSystem::Setup()

@@ -25,6 +25,7 @@ enum eXfsNotify
 };
 
 class CArchiveSource;
+class CFileWatch;
 
 class COMMON_API CExtendedFileSystem
 {
@@ -158,6 +159,34 @@ public:
     // part of szTarget; false when the archive can't be registered. Events 3 and 2.
     bool ExtractArchive(char const * szArchive, char const * szTarget);
 
+    // Lists what OpenFile could open under szDirectory (backslash-separated, "" for the
+    // top): names on disk, in the archives the walk reaches and under each root, merged
+    // in the order of the search. Each name comes once, as the source that the search
+    // would open has it (names from archives compare without regard to case); archive
+    // units and top-level archives ("maps" for maps.arc) count as directories. Only
+    // names matching szMask by the scanner's mask rules are taken, null being "*.*";
+    // both lists are sorted without regard to case, then byte-wise. Gives the number of
+    // names, 0 for a directory found nowhere. Archives are registered as the search
+    // registers them, and a damaged one raises the search's error, leaving the lists.
+    std::int32_t ListDirectory(char const * szDirectory, char const * szMask,
+                               std::vector<CZRString> & vFiles,
+                               std::vector<CZRString> & vDirectories);
+
+    // Starts watching the file that OpenFile(szName) would open, through the system's
+    // notification on its directory, so that saves by rename are seen too. False when
+    // there is no such file or its directory can't be watched; a damaged archive raises
+    // as in the search. Watching a name twice is one watch.
+    bool Watch(char const * szName);
+    // Ends the watch of szName; a name that isn't watched does nothing.
+    void Unwatch(char const * szName);
+    // Without waiting: the watched names whose content changed since the last call, each
+    // once, in the order they were watched; gives their number. A file on disk changes
+    // when it is written and closed, replaced, created or deleted; a name inside an
+    // archive when the archive file changed and the member's bytes differ (a member
+    // that is gone differs). The registered units of such an archive are read anew, so
+    // that its members open with their new bytes. No system call when nothing is watched.
+    std::int32_t PollChanges(std::vector<CZRString> & vChanged);
+
 private:
     sFileInfo * GetFileForHandle(std::uint32_t ulHandle);
     sFileInfo const * GetFileForHandle(std::uint32_t ulHandle) const;
@@ -213,6 +242,16 @@ private:
                       sArchiveFileEvent & Event, CArchiveSource & Source);
     void CopyArchivesFrom(CExtendedFileSystem const & Other);
     void FreeArchives();
+    // The unit that the whole of szPath names, every part registered on the way as the
+    // walk does; null when a part is empty or names no unit. directorylisting.cpp.
+    sArchiveInfo * WalkToUnit(char const * szPath);
+    // Reads the registered units of the top-level archive pTop anew from its file; a unit
+    // that can no longer be read is left without entries. filewatch.cpp.
+    void ReloadArchive(sArchiveInfo * pTop);
+    void ReloadUnit(sArchiveInfo * pUnit, std::uint64_t ullBase);
+    // Ends every watch and frees the watch state; a null one is allowed.
+    static void EndWatches(CFileWatch *& pWatch);
+    friend class CFileWatch;
 
     std::vector<CZRString> m_vRoots;     // in the order they were added
     sFileInfo m_aFileInfo[256];          // slot index + 1 is the handle
@@ -221,6 +260,7 @@ private:
     bool m_bSetup;                       // only serves CFileIO's set-up on demand
     std::vector<sCallback> m_vCallbacks; // in the order they were added
     char * m_apStreamBuffers[256];       // per slot, see OpenSlotStream
+    CFileWatch * m_pWatch;               // the watched names; null until the first Watch
 
     // Units registered by all instances together; only grows, at most 256.
     static std::uint32_t s_ulArchiveCount;

@@ -1,0 +1,6 @@
+#include "common/platform/diskname.h"
+
+bool PLATFORM_DiskNamesFoldCase()
+{
+    return true;
+}
