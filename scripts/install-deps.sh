@@ -3,7 +3,8 @@
 # Runs as root, or through sudo when it is there.
 set -euo pipefail
 
-packages=(cmake ninja-build g++ libgtest-dev libgmock-dev libbenchmark-dev libcli11-dev)
+packages=(cmake ninja-build g++ pkg-config libgtest-dev libgmock-dev libbenchmark-dev libcli11-dev
+          libfuse3-dev fuse3)
 
 missing=()
 for package in "${packages[@]}"; do

@@ -9,6 +9,7 @@
 
 #include "commands.h"
 #include "common/exception/zrexception.h"
+#include "mount.h"
 
 namespace
 {
@@ -35,6 +36,9 @@ CLI::App * AddCommand(CLI::App & App, char const * szName, char const * szDescri
 
 int Run(CLI::App const & App, sArguments const & Arguments)
 {
+    int nExit = 0;
+    if (RunMountCommand(App, nExit))
+        return nExit;
     if (App.got_subcommand("create"))
         return CommandCreate(Arguments.sArchive, Arguments.sDirectory, Arguments.bQuiet);
     if (App.got_subcommand("extract"))
@@ -67,6 +71,7 @@ int main(int argc, char ** argv)
         ->add_option("PATH", Arguments.sMember, "the member, as town/hall.dat or town\\hall.dat")
         ->required();
     AddCommand(App, "verify", "check every unit and entry of ARCHIVE", Arguments);
+    AddMountCommand(App);
 
     try
     {
