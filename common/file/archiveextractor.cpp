@@ -6,7 +6,9 @@
 // being filled (empty, ".", "..", or with a slash or backslash) is refused before
 // anything is written for it, and an entry whose bytes don't lie inside the archive
 // file is refused before anything is allocated for it.
+#include <algorithm>
 #include <cstring>
+#include <vector>
 
 #include "common/exception/zrexception.h"
 #include "common/file/archivebuffer.h"
@@ -16,6 +18,7 @@
 #include "common/kernel/text.h"
 #include "common/platform/currentdir.h"
 #include "common/platform/rawfile.h"
+#include "common/platform/safeplace.h"
 #include "common/platform/splitpath.h"
 
 static char const s_szSourceFile[] = "common/file/extendedfilesystem";
@@ -70,6 +73,9 @@ bool CExtendedFileSystem::ExtractArchive(char const * szArchive, char const * sz
     sArchiveInfo * pArchive = RegisterArchive(nullptr, szArchiveName);
     if (pArchive == nullptr)
         return false;
+    // A unit that can't be registered would leave its subtree out: all of them are
+    // registered first, so that such an archive fails before anything is written.
+    RegisterUnitsBelow(pArchive);
 
     char szTargetDirectory[PATH_BUFFER];
     char szSaved[PATH_BUFFER];
@@ -106,9 +112,10 @@ void CExtendedFileSystem::RecursiveArchiveExtract(char const * szDirectory, sArc
     bool const bTopLevel = pArchive->m_szPath == pArchive->m_szName;
     if (bTopLevel ? std::strcmp(szDirectory, "..") == 0 : !IsSafeName(szDirectory))
         ThrowException(4005, __LINE__, s_szSourceFile, s_szCreateError);
-    // An existing directory is used as it is, and files in it are overwritten.
+    // An existing directory is used as it is, and files in it are overwritten; but a
+    // link in its place is not followed, since it could lead anywhere.
     PLATFORM_MakeDirectory(szDirectory);
-    if (PLATFORM_ChangeDirectory(szDirectory) == -1)
+    if (PLATFORM_EnterOwnDirectory(szDirectory) == -1)
         ThrowException(4016, __LINE__, s_szSourceFile, s_szChangeDirectoryError);
     sArchiveFileEvent Event;
     MEM_Zero(&Event, sizeof(Event));
@@ -127,12 +134,18 @@ void CExtendedFileSystem::RecursiveArchiveExtract(char const * szDirectory, sArc
                 ExtractEntry(pArchive, &pArchive->m_pEntries[ulIndex], Event, Source);
         }
     }
+    // A unit that several entries of the same name and place share is written once.
+    std::vector<sArchiveInfo *> vDone;
     for (std::uint32_t ulIndex = 0; ulIndex < ulCount; ++ulIndex)
     {
         sArchiveEntry const & Entry = pArchive->m_pEntries[ulIndex];
         if (Entry.m_bDirectory == 0)
             continue;
-        RecursiveArchiveExtract(Entry.m_szName, RegisterArchive(pArchive, Entry.m_szName));
+        sArchiveInfo * pUnit = UnitOfEntry(pArchive, &Entry);
+        if (std::find(vDone.begin(), vDone.end(), pUnit) != vDone.end())
+            continue;
+        vDone.push_back(pUnit);
+        RecursiveArchiveExtract(Entry.m_szName, pUnit);
     }
     if (PLATFORM_ChangeDirectory(szSaved) == -1)
         ThrowException(4016, __LINE__, s_szSourceFile, s_szChangeDirectoryError);
@@ -155,7 +168,11 @@ void CExtendedFileSystem::ExtractEntry(sArchiveInfo const * pArchive, sArchiveEn
     std::uint32_t const ulSize = pEntry->m_ulSize;
     if (ullFrom + ulSize > Source.Length())
         ThrowException(4006, __LINE__, s_szSourceFile, "Error reading from file.");
-    int const nFile = PLATFORM_CreateFileForWriting(pEntry->m_szName);
+    // The file is written under a new name of its own and takes the entry's name only
+    // when complete: no half-written file stands under it, and a link of that name is
+    // replaced rather than written through.
+    char szPartName[PATH_BUFFER];
+    int const nFile = PLATFORM_CreateUniqueFile(pEntry->m_szName, szPartName, sizeof(szPartName));
     if (nFile == -1)
         ThrowException(4005, __LINE__, s_szSourceFile, s_szCreateError);
 
@@ -164,9 +181,52 @@ void CExtendedFileSystem::ExtractEntry(sArchiveInfo const * pArchive, sArchiveEn
     bool const bWritten =
         bRead && (ulSize == 0 || PLATFORM_WriteFileData(nFile, Data.Get(), ulSize));
     bool const bClosed = PLATFORM_CloseFileDescriptor(nFile);
+    bool const bPlaced =
+        bRead && bWritten && bClosed && PLATFORM_ReplaceFile(szPartName, pEntry->m_szName);
+    if (!bPlaced)
+        PLATFORM_RemoveFile(szPartName);
     // Short reads and writes raise here, as they do in creation.
     if (!bRead)
         ThrowException(4006, __LINE__, s_szSourceFile, "Error reading from file.");
     if (!bWritten || !bClosed)
         ThrowException(4007, __LINE__, s_szSourceFile, "Error writing to file.");
+    if (!bPlaced)
+        ThrowException(4005, __LINE__, s_szSourceFile, s_szCreateError);
+}
+
+CExtendedFileSystem::sArchiveInfo * CExtendedFileSystem::UnitOfEntry(sArchiveInfo * pArchive,
+                                                                     sArchiveEntry const * pEntry)
+{
+    // Looked for by place as well as by name: two entries whose names differ only in case
+    // are two units, and each is written once.
+    std::uint64_t const ullBase =
+        static_cast<std::uint64_t>(pArchive->m_ulBaseOffset) + pEntry->m_ulOffset;
+    for (sArchiveInfo * pChild = pArchive->m_pFirstChild; pChild != nullptr;
+         pChild = pChild->m_pNextSibling)
+    {
+        if (pChild->m_ulBaseOffset == ullBase &&
+            STR_stricmp(pChild->m_szName, pEntry->m_szName) == 0)
+            return pChild;
+    }
+    return RegisterNestedUnit(pArchive, pEntry, pEntry->m_szName);
+}
+
+void CExtendedFileSystem::RegisterUnitsBelow(sArchiveInfo * pArchive)
+{
+    std::uint32_t const ulCount =
+        pArchive->m_pEntries != nullptr ? pArchive->m_sHeader.m_ulEntryCount : 0;
+    std::vector<sArchiveInfo *> vDone;
+    for (std::uint32_t ulIndex = 0; ulIndex < ulCount; ++ulIndex)
+    {
+        sArchiveEntry const & Entry = pArchive->m_pEntries[ulIndex];
+        if (Entry.m_bDirectory == 0)
+            continue;
+        sArchiveInfo * pUnit = UnitOfEntry(pArchive, &Entry);
+        if (pUnit == nullptr)
+            ThrowException(4010, __LINE__, s_szSourceFile, "Could not open file.");
+        if (std::find(vDone.begin(), vDone.end(), pUnit) != vDone.end())
+            continue;
+        vDone.push_back(pUnit);
+        RegisterUnitsBelow(pUnit);
+    }
 }

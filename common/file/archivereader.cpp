@@ -8,6 +8,7 @@
 // from outside: nothing in it may make a read leave the archive file or its entry, or
 // make the reader allocate more than the file could hold.
 #include <cstring>
+#include <random>
 
 #include "common/exception/zrexception.h"
 #include "common/file/archivepath.h"
@@ -63,24 +64,40 @@ std::uint32_t ClampOffset(std::uint64_t ullOffset)
     return static_cast<std::uint32_t>(ullOffset < NO_OFFSET ? ullOffset : NO_OFFSET);
 }
 
-// A hash of the name with the ASCII letters folded, as the case-blind compare folds
-// them: names that compare equal have equal hashes.
+// The key of the name hashes, drawn once per process, so that names can't be made to
+// collide by whoever writes an archive.
+std::uint64_t HashKey()
+{
+    static std::uint64_t const s_ullKey = []
+    {
+        std::random_device Device;
+        return (static_cast<std::uint64_t>(Device()) << 32) ^ Device() ^ 0x9E3779B97F4A7C15u;
+    }();
+    return s_ullKey;
+}
+
+// A keyed hash of the name with the ASCII letters folded, as the case-blind compare
+// folds them: names that compare equal have equal hashes.
 std::uint32_t FoldedNameHash(char const * szName)
 {
-    std::uint32_t ulHash = 2166136261u;
+    std::uint64_t ullHash = HashKey();
     for (unsigned char const * p = reinterpret_cast<unsigned char const *>(szName); *p != 0; ++p)
     {
         unsigned char const ucFolded = (*p >= 'A' && *p <= 'Z') ? *p + ('a' - 'A') : *p;
-        ulHash = (ulHash ^ ucFolded) * 16777619u;
+        ullHash = (ullHash ^ ucFolded) * 0x100000001B3u;
     }
-    return ulHash;
+    ullHash ^= ullHash >> 33;
+    ullHash *= 0xFF51AFD7ED558CCDu;
+    ullHash ^= ullHash >> 33;
+    return static_cast<std::uint32_t>(ullHash);
 }
 
 // The block behind m_pEntries holds the records; behind them one name hash per record;
-// and behind those an index: an open-addressing table of record numbers (linear
-// probing, a power of two of at least twice the count, NO_ENTRY where empty), so that
-// a look-up compares a few hashes instead of all. Records go in in their own order,
-// so that of several equal names the probe meets the first record first.
+// then one link per record; and then an index: an open-addressing table (linear
+// probing, a power of two of at least twice the count, NO_ENTRY where empty) with one
+// slot per distinct hash. The slot holds the first record of that hash, and the links
+// chain the others in record order, so that equal names cost one step each to put in,
+// and a look-up meets the first of several equal names first.
 constexpr std::uint32_t NO_ENTRY = 0xFFFFFFFFu;
 
 std::uint32_t * EntryHashes(CExtendedFileSystem::sArchiveEntry * pEntries, std::uint32_t ulCount)
@@ -88,9 +105,14 @@ std::uint32_t * EntryHashes(CExtendedFileSystem::sArchiveEntry * pEntries, std::
     return reinterpret_cast<std::uint32_t *>(pEntries + ulCount);
 }
 
-std::uint32_t * EntryIndex(CExtendedFileSystem::sArchiveEntry * pEntries, std::uint32_t ulCount)
+std::uint32_t * EntryLinks(CExtendedFileSystem::sArchiveEntry * pEntries, std::uint32_t ulCount)
 {
     return EntryHashes(pEntries, ulCount) + ulCount;
+}
+
+std::uint32_t * EntryIndex(CExtendedFileSystem::sArchiveEntry * pEntries, std::uint32_t ulCount)
+{
+    return EntryLinks(pEntries, ulCount) + ulCount;
 }
 
 std::uint64_t EntryIndexSlots(std::uint32_t ulCount)
@@ -103,23 +125,26 @@ std::uint64_t EntryIndexSlots(std::uint32_t ulCount)
 
 std::uint64_t EntryBlockBytes(std::uint32_t ulCount)
 {
-    return ulCount * (sizeof(CExtendedFileSystem::sArchiveEntry) + sizeof(std::uint32_t)) +
+    return ulCount * (sizeof(CExtendedFileSystem::sArchiveEntry) + 2 * sizeof(std::uint32_t)) +
            EntryIndexSlots(ulCount) * sizeof(std::uint32_t);
 }
 
 void BuildEntryIndex(CExtendedFileSystem::sArchiveEntry * pEntries, std::uint32_t ulCount)
 {
     std::uint32_t const * pHashes = EntryHashes(pEntries, ulCount);
+    std::uint32_t * pLinks = EntryLinks(pEntries, ulCount);
     std::uint32_t * pIndex = EntryIndex(pEntries, ulCount);
     std::uint64_t const ullSlots = EntryIndexSlots(ulCount);
     std::uint64_t const ullMask = ullSlots - 1;
     for (std::uint64_t ullSlot = 0; ullSlot < ullSlots; ++ullSlot)
         pIndex[ullSlot] = NO_ENTRY;
-    for (std::uint32_t ulEntry = 0; ulEntry < ulCount; ++ulEntry)
+    // From the last record to the first: each goes to the head of its hash's chain.
+    for (std::uint32_t ulEntry = ulCount; ulEntry-- > 0;)
     {
         std::uint64_t ullSlot = pHashes[ulEntry] & ullMask;
-        while (pIndex[ullSlot] != NO_ENTRY)
+        while (pIndex[ullSlot] != NO_ENTRY && pHashes[pIndex[ullSlot]] != pHashes[ulEntry])
             ullSlot = (ullSlot + 1) & ullMask;
+        pLinks[ulEntry] = pIndex[ullSlot];
         pIndex[ullSlot] = ulEntry;
     }
 }
@@ -219,12 +244,7 @@ CExtendedFileSystem::sArchiveInfo * CExtendedFileSystem::RegisterArchive(sArchiv
         sArchiveEntry const * pEntry = FindArchiveEntry(pParent, szBuffer);
         if (pEntry == nullptr || pEntry->m_bDirectory == 0)
             return nullptr;
-        pStream = PLATFORM_OpenFile(pParent->m_szPath, "rb");
-        if (pStream == nullptr)
-            ThrowException(4010, __LINE__, s_szSourceFile, "Could not open file.");
-        std::uint64_t const ullStart =
-            static_cast<std::uint64_t>(pParent->m_ulBaseOffset) + pEntry->m_ulOffset;
-        std::fseek(pStream, static_cast<long>(ClampOffset(ullStart)), SEEK_SET);
+        return RegisterNestedUnit(pParent, pEntry, szBuffer);
     }
 
     if (s_ulArchiveCount >= ARCHIVE_UNITS)
@@ -235,21 +255,46 @@ CExtendedFileSystem::sArchiveInfo * CExtendedFileSystem::RegisterArchive(sArchiv
     sArchiveInfo * pRecord = &m_aArchives[s_ulArchiveCount];
     ReadArchiveUnit(pRecord, pStream);
     ++s_ulArchiveCount;
-
-    sArchiveInfo * pHead = pParent != nullptr ? pParent : &m_sArchiveRoot;
     pRecord->m_pFirstChild = nullptr;
-    pRecord->m_pNextSibling = pHead->m_pFirstChild;
-    pHead->m_pFirstChild = pRecord;
-    if (pParent == nullptr)
+    pRecord->m_pNextSibling = m_sArchiveRoot.m_pFirstChild;
+    m_sArchiveRoot.m_pFirstChild = pRecord;
+    std::memcpy(pRecord->m_szName, szKey, sizeof(szKey));
+    pRecord->m_szPath = pRecord->m_szName;
+    std::fclose(pStream);
+    return pRecord;
+}
+
+CExtendedFileSystem::sArchiveInfo *
+CExtendedFileSystem::RegisterNestedUnit(sArchiveInfo * pParent, sArchiveEntry const * pEntry,
+                                        char const * szName)
+{
+    // A nested unit lies between its parent's header and directory, so that every unit
+    // starts behind its parent and none can be its own ancestor: a path then registers
+    // at most one unit per step into the file, whatever its length.
+    std::uint64_t const ullEnd = static_cast<std::uint64_t>(pEntry->m_ulOffset) + pEntry->m_ulSize;
+    if (pEntry->m_ulOffset < sizeof(sHeader) || pEntry->m_ulSize < sizeof(sHeader) ||
+        ullEnd > pParent->m_sHeader.m_ulDirectoryOffset)
+        ThrowException(4006, __LINE__, s_szSourceFile, "Error reading from file.");
+    std::FILE * pStream = PLATFORM_OpenFile(pParent->m_szPath, "rb");
+    if (pStream == nullptr)
+        ThrowException(4010, __LINE__, s_szSourceFile, "Could not open file.");
+    if (s_ulArchiveCount >= ARCHIVE_UNITS)
     {
-        std::memcpy(pRecord->m_szName, szKey, sizeof(szKey));
-        pRecord->m_szPath = pRecord->m_szName;
+        std::fclose(pStream);
+        return nullptr;
     }
-    else
-    {
-        std::memcpy(pRecord->m_szName, szBuffer, sizeof(szBuffer));
-        pRecord->m_szPath = pParent->m_szPath;
-    }
+    std::uint64_t const ullStart =
+        static_cast<std::uint64_t>(pParent->m_ulBaseOffset) + pEntry->m_ulOffset;
+    std::fseek(pStream, static_cast<long>(ClampOffset(ullStart)), SEEK_SET);
+
+    sArchiveInfo * pRecord = &m_aArchives[s_ulArchiveCount];
+    ReadArchiveUnit(pRecord, pStream);
+    ++s_ulArchiveCount;
+    pRecord->m_pFirstChild = nullptr;
+    pRecord->m_pNextSibling = pParent->m_pFirstChild;
+    pParent->m_pFirstChild = pRecord;
+    ARCHIVE_CopyTextCut(pRecord->m_szName, sizeof(pRecord->m_szName), szName);
+    pRecord->m_szPath = pParent->m_szPath;
     std::fclose(pStream);
     return pRecord;
 }
@@ -335,14 +380,20 @@ CExtendedFileSystem::FindArchiveEntry(sArchiveInfo * pArchive, char const * szNa
     std::uint32_t const * pIndex = EntryIndex(pArchive->m_pEntries, ulCount);
     std::uint64_t const ullMask = EntryIndexSlots(ulCount) - 1;
     std::uint32_t const ulHash = FoldedNameHash(szName);
+    std::uint32_t const * pLinks = EntryLinks(pArchive->m_pEntries, ulCount);
     // The table is never full, so that the probe ends at an empty slot.
     for (std::uint64_t ullSlot = ulHash & ullMask; pIndex[ullSlot] != NO_ENTRY;
          ullSlot = (ullSlot + 1) & ullMask)
     {
-        std::uint32_t const ulEntry = pIndex[ullSlot];
-        if (pHashes[ulEntry] == ulHash &&
-            STR_stricmp(pArchive->m_pEntries[ulEntry].m_szName, szName) == 0)
-            return &pArchive->m_pEntries[ulEntry];
+        if (pHashes[pIndex[ullSlot]] != ulHash)
+            continue;
+        for (std::uint32_t ulEntry = pIndex[ullSlot]; ulEntry != NO_ENTRY;
+             ulEntry = pLinks[ulEntry])
+        {
+            if (STR_stricmp(pArchive->m_pEntries[ulEntry].m_szName, szName) == 0)
+                return &pArchive->m_pEntries[ulEntry];
+        }
+        return nullptr;
     }
     return nullptr;
 }

@@ -217,6 +217,10 @@ private:
     // The walk into archives, on a free slot; archivereader.cpp.
     std::uint32_t ArchiveFileOpenInArchive(char const * szName, sFileInfo * pFileInfo);
     sArchiveInfo * RegisterArchive(sArchiveInfo * pParent, char const * szName);
+    // Registers the unit of the directory entry pEntry of pParent under szName; null when
+    // the table of units is full. The entry must lie inside the parent's data.
+    sArchiveInfo * RegisterNestedUnit(sArchiveInfo * pParent, sArchiveEntry const * pEntry,
+                                      char const * szName);
     sArchiveInfo * FindArchive(sArchiveInfo * pParent, char const * szName);
     sArchiveEntry * FindArchiveEntry(sArchiveInfo * pArchive, char const * szName) const;
     void ReadArchiveUnit(sArchiveInfo * pRecord, std::FILE * pStream);
@@ -237,6 +241,11 @@ private:
     char * FindFiles(char const * szMask, bool * pIsDirectory, std::uint64_t * pSize);
     // Archive extraction; archiveextractor.cpp.
     void RecursiveArchiveExtract(char const * szDirectory, sArchiveInfo * pArchive);
+    // The unit of the directory entry pEntry of pArchive, registered if need be; null
+    // when the table of units is full.
+    sArchiveInfo * UnitOfEntry(sArchiveInfo * pArchive, sArchiveEntry const * pEntry);
+    // Registers every unit below pArchive, before anything is written.
+    void RegisterUnitsBelow(sArchiveInfo * pArchive);
     // Writes one file; Source is the unit's archive file, opened at its first use.
     void ExtractEntry(sArchiveInfo const * pArchive, sArchiveEntry const * pEntry,
                       sArchiveFileEvent & Event, CArchiveSource & Source);

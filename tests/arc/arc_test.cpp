@@ -253,6 +253,29 @@ TEST_F(Arc, VerifyReportsWhatIsWrong)
     EXPECT_FALSE(fs::exists(m_Dir.Path() / "bad"));
 }
 
+TEST_F(Arc, VerifyReportsRepeatedNamesAndUnitsThatContainThemselves)
+{
+    m_Dir.WriteFile("same.arc", ArchiveUnit({{"a", ""}, {"A", ""}, {"b", "b"}, {"a", ""}}));
+    sRun const Same = Run({"verify", "same"});
+    EXPECT_EQ(Same.nExit, 1);
+    EXPECT_EQ(Same.sOut, "same.arc: entry 'A' has the name of entry 'a', which hides it\n"
+                         "same.arc: entry 'a' has the name of entry 'a', which hides it\n"
+                         "same.arc: 2 problems found\n");
+
+    std::string sSelf = ArchiveUnit({{"x", "data"}}, {{"d", ArchiveUnit({})}});
+    std::uint32_t const ulDirectory =
+        static_cast<unsigned char>(sSelf[10]) + 256u * static_cast<unsigned char>(sSelf[11]);
+    SetU32(sSelf, ulDirectory + 276 + 256, 0);
+    SetU32(sSelf, ulDirectory + 276 + 260, static_cast<std::uint32_t>(sSelf.size()));
+    m_Dir.WriteFile("self.arc", sSelf);
+    sRun const Self = Run({"verify", "self"});
+    EXPECT_EQ(Self.nExit, 1);
+    EXPECT_EQ(Self.sOut, "self.arc: entry 'd': a directory that points back at its own unit "
+                         "(offset 0)\nself.arc: 1 problem found\n");
+    EXPECT_EQ(Run({"extract", "self"}).nExit, 1);
+    EXPECT_FALSE(fs::exists(m_Dir.Path() / "self"));
+}
+
 TEST_F(Arc, ProgressBarOnlyOnATerminalWithoutQuiet)
 {
     MakeTree();

@@ -71,6 +71,7 @@ public:
     // directory couldn't be read.
     bool ReadUnit(std::uint64_t ullPosition, std::uint64_t ullRoom, std::string const & sPath);
     void CheckEntries(std::size_t nUnit);
+    void ReportDuplicateNames(sInspectedUnit const & Unit);
 
 private:
     void Problem(std::string const & sText) { m_Result.vProblems.push_back(sText); }
@@ -147,6 +148,33 @@ bool CInspector::ReadUnit(std::uint64_t ullPosition, std::uint64_t ullRoom,
     return true;
 }
 
+// Names compare without regard to case, and of equal names only the first is reached.
+void CInspector::ReportDuplicateNames(sInspectedUnit const & Unit)
+{
+    std::vector<std::pair<std::string, std::size_t>> vNames;
+    vNames.reserve(Unit.vEntries.size());
+    for (std::size_t nIndex = 0; nIndex < Unit.vEntries.size(); ++nIndex)
+    {
+        std::string sFolded = Unit.vEntries[nIndex].sName;
+        for (char & c : sFolded)
+            c = (c >= 'A' && c <= 'Z') ? static_cast<char>(c - 'A' + 'a') : c;
+        vNames.emplace_back(std::move(sFolded), nIndex);
+    }
+    std::sort(vNames.begin(), vNames.end());
+    std::size_t nFirst = 0; // the first of the run of equal names, in record order
+    for (std::size_t nStep = 1; nStep < vNames.size(); ++nStep)
+    {
+        if (vNames[nStep - 1].first != vNames[nStep].first)
+        {
+            nFirst = nStep;
+            continue;
+        }
+        Problem(Format("entry '%s%s' has the name of entry '%s%s', which hides it",
+                       Unit.sPath.c_str(), Unit.vEntries[vNames[nStep].second].sName.c_str(),
+                       Unit.sPath.c_str(), Unit.vEntries[vNames[nFirst].second].sName.c_str()));
+    }
+}
+
 void CInspector::CheckEntries(std::size_t nUnit)
 {
     // Copied: reading nested units below grows the vector of units.
@@ -160,7 +188,13 @@ void CInspector::CheckEntries(std::size_t nUnit)
             Problem(Format("entry '%s': directory flag %u is neither 0 nor 1", sName.c_str(),
                            Entry.ucDirectory));
         std::uint64_t const ullEnd = std::uint64_t{Entry.ulOffset} + Entry.ulSize;
-        if (Entry.ulOffset < HEADER_SIZE || ullEnd > Unit.ulDirectoryOffset)
+        if (Entry.ucDirectory != 0 && Entry.ulOffset < HEADER_SIZE)
+        {
+            Problem(Format("entry '%s': a directory that points back at its own unit (offset %u)",
+                           sName.c_str(), Entry.ulOffset));
+            vSound[nIndex] = false;
+        }
+        else if (Entry.ulOffset < HEADER_SIZE || ullEnd > Unit.ulDirectoryOffset)
         {
             Problem(Format("entry '%s': bytes %u to %llu lie outside its unit's data, which "
                            "runs from 32 to %u",
@@ -169,6 +203,7 @@ void CInspector::CheckEntries(std::size_t nUnit)
             vSound[nIndex] = false;
         }
     }
+    ReportDuplicateNames(Unit);
     // Entries of a sound archive never share bytes; nested units that did would be read
     // again and again.
     std::vector<std::size_t> vOrder;
