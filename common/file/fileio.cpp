@@ -1,6 +1,7 @@
 #include "common/file/fileio.h"
 
 #include <cstdarg>
+#include <new>
 
 #include "common/exception/zrexception.h"
 #include "common/kernel/libraryobjects.h"
@@ -158,7 +159,16 @@ bool CFileIO::Read(CZRString & sValue)
     if (static_cast<std::uint32_t>(lLength) > ulRemaining &&
         static_cast<std::uint32_t>(lLength) - ulRemaining > MAX_STRING_OVERRUN)
         return false;
-    char * pBuffer = sValue.GetBuffer(lLength);
+    // A length backed by the stream may still be more than memory holds: bad input too.
+    char * pBuffer = nullptr;
+    try
+    {
+        pBuffer = sValue.GetBuffer(lLength);
+    }
+    catch (std::bad_alloc const &)
+    {
+        return false;
+    }
     bool const bRead = Read(pBuffer, static_cast<std::uint32_t>(lLength));
     // The loan ends also on false, so that the string stays usable.
     sValue.ReleaseBuffer(bRead ? lLength : 0);

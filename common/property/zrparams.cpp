@@ -1,6 +1,7 @@
 #include "common/property/zrparams.h"
 
 #include <cstddef>
+#include <new>
 
 #include "common/exception/zrexception.h"
 #include "common/file/fileio.h"
@@ -155,20 +156,22 @@ bool CZRParams::Read(CFileIO * pFile)
     long lCount = 0;
     if (!pFile->Read(lCount))
         return false;
-    // Room for no more elements than the rest of the stream can hold, 4 bytes each at
-    // least, so that a damaged count reserves nothing the stream can't back; the loop
-    // itself ends at the end of the stream.
-    std::uint32_t const ulPosition = pFile->GetFilePointerPos();
-    std::uint32_t const ulSize = pFile->GetSize();
-    std::uint32_t const ulMost = ulPosition < ulSize ? (ulSize - ulPosition) / 4 : 0;
-    if (lCount > 0)
-        m_Params.reserve(static_cast<std::uint32_t>(lCount) < ulMost ? lCount : ulMost);
-    for (long i = 0; i < lCount; ++i)
+    // Nothing is reserved for the count: the list grows with the elements read, each of
+    // which takes bytes of the stream, so that a damaged count ends at the end of the
+    // stream. Memory that runs out on the way is bad input too.
+    try
     {
-        CZRProperty Param;
-        if (!Param.Read(pFile))
-            return false;
-        Add(Param);
+        for (long i = 0; i < lCount; ++i)
+        {
+            CZRProperty Param;
+            if (!Param.Read(pFile))
+                return false;
+            Add(Param);
+        }
+    }
+    catch (std::bad_alloc const &)
+    {
+        return false;
     }
     return true;
 }

@@ -1,5 +1,7 @@
 #include "common/property/zrpropertymanager.h"
 
+#include <new>
+
 #include "common/file/fileio.h"
 #include "common/kernel/check.h"
 
@@ -151,16 +153,24 @@ bool CZRPropertyManager::Read(CFileIO * pFile)
     if (!pFile->Read(nCount))
         return false;
     // Nothing is reserved for the count: each entry read takes bytes of the stream, so a
-    // damaged count ends at the end of the stream.
-    for (int i = 0; i < nCount; ++i)
+    // damaged count ends at the end of the stream. Memory that runs out on the way is
+    // bad input too.
+    try
     {
-        CZRString sName;
-        if (!pFile->Read(sName))
-            return false;
-        CZRProperty Value;
-        if (!Value.Read(pFile))
-            return false;
-        SetProperty(sName, Value);
+        for (int i = 0; i < nCount; ++i)
+        {
+            CZRString sName;
+            if (!pFile->Read(sName))
+                return false;
+            CZRProperty Value;
+            if (!Value.Read(pFile))
+                return false;
+            SetProperty(sName, Value);
+        }
+    }
+    catch (std::bad_alloc const &)
+    {
+        return false;
     }
     return true;
 }
