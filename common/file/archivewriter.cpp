@@ -7,6 +7,7 @@
 // Sizes and offsets of the format have 32 bits: a source file of 4 GiB or more and a
 // unit that would pass 4 GiB are refused before a wrong number is written.
 #include <cstring>
+#include <string>
 #include <vector>
 
 #include "common/exception/zrexception.h"
@@ -189,14 +190,26 @@ bool IsDotName(char const * szName)
     return std::strcmp(szName, ".") == 0 || std::strcmp(szName, "..") == 0;
 }
 
-void RememberArchive(std::FILE * pStream, char const * szArchive)
+void RememberArchiveName(char const * szArchive)
 {
     char szFileName[PLATFORM_MAX_FNAME];
     char szExtension[PLATFORM_MAX_EXT];
     PLATFORM_SplitPath(szArchive, nullptr, nullptr, szFileName, szExtension);
     std::strcpy(s_szArchiveFileName, szFileName);
     std::strcat(s_szArchiveFileName, szExtension);
+}
+
+void RememberArchive(std::FILE * pStream, char const * szArchive)
+{
+    RememberArchiveName(szArchive);
     s_bArchiveKnown = PLATFORM_GetStreamIdentity(pStream, s_ArchiveIdentity);
+}
+
+// The archive that CreateArchive will write to szArchive, if a file stands there already.
+void RememberArchivePath(char const * szArchive)
+{
+    RememberArchiveName(szArchive);
+    s_bArchiveKnown = PLATFORM_GetPathIdentity(szArchive, s_ArchiveIdentity);
 }
 
 // Whether the file szName of the current directory is the archive being written.
@@ -207,6 +220,56 @@ bool IsArchiveItself(char const * szName)
            PLATFORM_GetPathIdentity(szName, Identity) &&
            Identity.m_ullDevice == s_ArchiveIdentity.m_ullDevice &&
            Identity.m_ullInode == s_ArchiveIdentity.m_ullInode;
+}
+
+// Whether a hit of the search becomes an entry of the unit: "." and ".." don't, and
+// neither does the archive being written.
+bool IsUnitEntry(char const * szName, bool bDirectory)
+{
+    return bDirectory ? !IsDotName(szName) : !IsArchiveItself(szName);
+}
+
+// The archive's file name as szArchive gives it, ".arc" added unless that is its
+// extension; false when it doesn't fit the path buffer.
+bool ArchiveNameOf(char const * szArchive, char (&szArchiveName)[PATH_BUFFER])
+{
+    if (szArchive == nullptr || !ARCHIVE_CopyText(szArchiveName, sizeof(szArchiveName), szArchive))
+        return false;
+    char szExtension[PLATFORM_MAX_EXT];
+    PLATFORM_SplitPath(szArchiveName, nullptr, nullptr, nullptr, szExtension);
+    return STR_stricmp(szExtension, ".arc") == 0 ||
+           ARCHIVE_AppendText(szArchiveName, sizeof(szArchiveName), ".arc");
+}
+
+// Where the walk over szSource starts: the directory to change to, the name of the
+// directory to pack there, and the current directory to come back to. False when
+// one of them can't be had.
+bool SourcePartsOf(char const * szSource, char (&szSourceDirectory)[PATH_BUFFER],
+                   char (&szSourceName)[PLATFORM_MAX_FNAME], char (&szSaved)[PATH_BUFFER])
+{
+    if (szSource == nullptr ||
+        !ARCHIVE_DirectoryPart(szSource, szSourceDirectory, sizeof(szSourceDirectory)) ||
+        PLATFORM_GetCurrentDirectory(szSaved, sizeof(szSaved)) == nullptr)
+        return false;
+    PLATFORM_SplitPath(szSource, nullptr, nullptr, szSourceName, nullptr);
+    return true;
+}
+
+// Forgets the archive being written when the walk is left, also by an error.
+class CArchiveForget
+{
+public:
+    CArchiveForget() = default;
+    ~CArchiveForget() { s_bArchiveKnown = false; }
+    CArchiveForget(CArchiveForget const &) = delete;
+    CArchiveForget & operator=(CArchiveForget const &) = delete;
+};
+
+void Report(CExtendedFileSystem::pfnSurveyCallback pfnCallback, unsigned long ulUserData, int nKind,
+            char const * szName, std::uint64_t ullSize = 0)
+{
+    CExtendedFileSystem::sSurveyEntry const Entry{nKind, szName, ullSize};
+    pfnCallback(Entry, ulUserData);
 }
 
 // A source file opened for reading, closed when it is done with, also by an error.
@@ -260,12 +323,7 @@ std::uint64_t StreamPosition(std::FILE * pStream)
 bool CExtendedFileSystem::CreateArchive(char const * szArchive, char const * szSource)
 {
     char szArchiveName[PATH_BUFFER];
-    if (szArchive == nullptr || !ARCHIVE_CopyText(szArchiveName, sizeof(szArchiveName), szArchive))
-        ThrowException(4010, __LINE__, s_szSourceFile, s_szOpenError);
-    char szExtension[PLATFORM_MAX_EXT];
-    PLATFORM_SplitPath(szArchiveName, nullptr, nullptr, nullptr, szExtension);
-    if (STR_stricmp(szExtension, ".arc") != 0 &&
-        !ARCHIVE_AppendText(szArchiveName, sizeof(szArchiveName), ".arc"))
+    if (!ArchiveNameOf(szArchive, szArchiveName))
         ThrowException(4010, __LINE__, s_szSourceFile, s_szOpenError);
     std::FILE * pStream = PLATFORM_OpenFile(szArchiveName, "wb");
     if (pStream == nullptr)
@@ -276,11 +334,8 @@ bool CExtendedFileSystem::CreateArchive(char const * szArchive, char const * szS
     char szSourceDirectory[PATH_BUFFER];
     char szSourceName[PLATFORM_MAX_FNAME];
     char szSaved[PATH_BUFFER];
-    if (szSource == nullptr ||
-        !ARCHIVE_DirectoryPart(szSource, szSourceDirectory, sizeof(szSourceDirectory)) ||
-        PLATFORM_GetCurrentDirectory(szSaved, sizeof(szSaved)) == nullptr)
+    if (!SourcePartsOf(szSource, szSourceDirectory, szSourceName, szSaved))
         ThrowException(4016, __LINE__, s_szSourceFile, s_szChangeDirectoryError);
-    PLATFORM_SplitPath(szSource, nullptr, nullptr, szSourceName, nullptr);
 
     CSearchCleanup const Cleanup;
     CArchiveBufferRelease const Release;
@@ -342,7 +397,7 @@ std::uint32_t CExtendedFileSystem::CountUnitEntries(sArchiveFileEvent & Event)
     for (char * szName = FindFiles(s_szFindMask, &bDirectory, nullptr); szName != nullptr;
          szName = FindFiles(nullptr, &bDirectory, nullptr))
     {
-        if (bDirectory ? IsDotName(szName) : IsArchiveItself(szName))
+        if (!IsUnitEntry(szName, bDirectory))
             continue;
         if (HasCallbacks())
         {
@@ -460,6 +515,73 @@ void CExtendedFileSystem::FinishUnit(std::FILE * pStream, std::uint64_t ullStart
         PLATFORM_WriteStream(&Header, sizeof(Header), pStream) != sizeof(Header) ||
         std::fseek(pStream, static_cast<long>(ullStart + Header.m_ulArchiveSize), SEEK_SET) != 0)
         ThrowException(4013, __LINE__, s_szSourceFile, s_szDirectoryError);
+}
+
+void CExtendedFileSystem::SurveyArchive(char const * szArchive, char const * szSource,
+                                        pfnSurveyCallback pfnCallback, unsigned long ulUserData)
+{
+    char szArchiveName[PATH_BUFFER];
+    if (!ArchiveNameOf(szArchive, szArchiveName))
+        ThrowException(4010, __LINE__, s_szSourceFile, s_szOpenError);
+    char szSourceDirectory[PATH_BUFFER];
+    char szSourceName[PLATFORM_MAX_FNAME];
+    char szSaved[PATH_BUFFER];
+    if (!SourcePartsOf(szSource, szSourceDirectory, szSourceName, szSaved))
+        ThrowException(4016, __LINE__, s_szSourceFile, s_szChangeDirectoryError);
+    // An archive that exists already is emptied by CreateArchive and left out of the
+    // walk; one that doesn't exist yet can't be among the names.
+    CArchiveForget const Forget;
+    RememberArchivePath(szArchiveName);
+    CSearchCleanup const Cleanup;
+    if (PLATFORM_ChangeDirectory(szSourceDirectory) == -1)
+        ThrowException(4016, __LINE__, s_szSourceFile, s_szChangeDirectoryError);
+    if (pfnCallback != nullptr)
+        RecursiveArchiveSurvey(szSourceName, pfnCallback, ulUserData);
+    if (PLATFORM_ChangeDirectory(szSaved) == -1)
+        ThrowException(4016, __LINE__, s_szSourceFile, s_szChangeDirectoryError);
+}
+
+void CExtendedFileSystem::RecursiveArchiveSurvey(char const * szDirectory,
+                                                 pfnSurveyCallback pfnCallback,
+                                                 unsigned long ulUserData)
+{
+    char szName[PLATFORM_MAX_FNAME];
+    ARCHIVE_CopyTextCut(szName, sizeof(szName), szDirectory);
+    // The steps where RecursiveArchiveCreate raises 4016 on its way in.
+    char szSaved[PATH_BUFFER];
+    if (PLATFORM_GetCurrentDirectory(szSaved, sizeof(szSaved)) == nullptr)
+        return Report(pfnCallback, ulUserData, SURVEY_TOO_DEEP, szName);
+    if (PLATFORM_ChangeDirectory(szName) == -1)
+        return Report(pfnCallback, ulUserData, SURVEY_NOT_ENTERED, szName);
+    Report(pfnCallback, ulUserData, SURVEY_DIRECTORY, szName);
+
+    // One search gives both groups, each in the search's order, as the two passes of
+    // packing do.
+    std::vector<std::string> vDirectories;
+    std::vector<std::string> vFiles;
+    std::vector<std::uint64_t> vSizes;
+    bool bDirectory = false;
+    std::uint64_t ullSize = 0;
+    for (char * szHit = FindFiles(s_szFindMask, &bDirectory, &ullSize); szHit != nullptr;
+         szHit = FindFiles(nullptr, &bDirectory, &ullSize))
+    {
+        if (!IsUnitEntry(szHit, bDirectory))
+            continue;
+        if (bDirectory)
+        {
+            vDirectories.emplace_back(szHit);
+            continue;
+        }
+        vFiles.emplace_back(szHit);
+        vSizes.push_back(ullSize);
+    }
+    for (std::size_t nFile = 0; nFile < vFiles.size(); ++nFile)
+        Report(pfnCallback, ulUserData, SURVEY_FILE, vFiles[nFile].c_str(), vSizes[nFile]);
+    for (std::string const & sSubdirectory : vDirectories)
+        RecursiveArchiveSurvey(sSubdirectory.c_str(), pfnCallback, ulUserData);
+    Report(pfnCallback, ulUserData, SURVEY_END, szName);
+    if (PLATFORM_ChangeDirectory(szSaved) == -1)
+        ThrowException(4016, __LINE__, s_szSourceFile, s_szChangeDirectoryError);
 }
 
 char * CExtendedFileSystem::FindFiles(char const * szMask, bool * pIsDirectory,

@@ -24,6 +24,19 @@ enum eXfsNotify
     XFS_NOTIFY_FOUND = 4,
 };
 
+// What SurveyArchive reports of the tree it walks, in the order in which CreateArchive
+// packs it: a directory entered, its files, each of its subdirectories in the same way,
+// then the end of the directory. A subdirectory the walk can't go into is reported
+// instead of being entered: CreateArchive would stop there with 4016.
+enum eArchiveSurvey
+{
+    SURVEY_DIRECTORY = 1,   // entered; its content follows up to SURVEY_END
+    SURVEY_FILE = 2,        // with its size
+    SURVEY_END = 3,         // of the directory entered last and not yet ended
+    SURVEY_NOT_ENTERED = 4, // changing into it failed
+    SURVEY_TOO_DEEP = 5,    // the directory around it has a path of 1024 bytes or more
+};
+
 class CArchiveSource;
 class CFileWatch;
 
@@ -88,6 +101,15 @@ public:
         sArchiveInfo * m_pNextSibling; // the next older child of the same parent
         char * m_szPath;               // the archive file on disk
     };
+
+    // One report of SurveyArchive; the name is valid during the call only.
+    struct sSurveyEntry
+    {
+        int m_nKind;             // eArchiveSurvey
+        char const * m_szName;   // without a path; for SURVEY_END the directory's
+        std::uint64_t m_ullSize; // a file's full size, 0 for the others
+    };
+    typedef void (*pfnSurveyCallback)(sSurveyEntry const &, unsigned long);
 
     CExtendedFileSystem();
     // Copies member by member; the archive records get directories of their own.
@@ -158,6 +180,12 @@ public:
     // Unpacks szArchive into a new directory named like the archive, below the directory
     // part of szTarget; false when the archive can't be registered. Events 3 and 2.
     bool ExtractArchive(char const * szArchive, char const * szTarget);
+    // Walks szSource as CreateArchive(szArchive, szSource) would, with the same searches
+    // and the same changes of directory, and writes nothing: every name the archive
+    // would hold is reported to pfnCallback, in packing order, with ulUserData. Raises
+    // what CreateArchive raises before its walk, and 4016 when it can't get back.
+    void SurveyArchive(char const * szArchive, char const * szSource, pfnSurveyCallback pfnCallback,
+                       unsigned long ulUserData);
 
     // Lists what OpenFile could open under szDirectory (backslash-separated, "" for the
     // top): names on disk, in the archives the walk reaches and under each root, merged
@@ -235,6 +263,8 @@ private:
     // Writes the unit's records and its header with the final numbers.
     void FinishUnit(std::FILE * pStream, std::uint64_t ullStart, sHeader & Header,
                     std::vector<sArchiveEntry> const & vEntries);
+    void RecursiveArchiveSurvey(char const * szDirectory, pfnSurveyCallback pfnCallback,
+                                unsigned long ulUserData);
     // Starts a search with szMask, or goes on with the running one when it is null; the
     // name of the hit, valid until the next step, or null at the end. The size is the
     // file's full size, so that files of 4 GiB or more are seen as such.

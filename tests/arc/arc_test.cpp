@@ -10,10 +10,12 @@
 
 #include <fcntl.h>
 #include <pty.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include "../file/archivebuilder.h"
+#include "common/file/fileio.h"
 #include "tempdir.h"
 
 namespace fs = std::filesystem;
@@ -40,11 +42,13 @@ class Arc : public testing::Test
 {
 protected:
     // Runs arc with the arguments in the directory sWhere below the test's directory.
-    sRun Run(std::vector<std::string> const & vArguments, std::string const & sWhere = ".")
+    // sPrefix goes in front of arc's command line (setpriv and its arguments).
+    sRun Run(std::vector<std::string> const & vArguments, std::string const & sWhere = ".",
+             std::string const & sPrefix = "")
     {
         char const * szTools = std::getenv("COMMON_TEST_TOOLS_DIR");
         EXPECT_NE(szTools, nullptr) << "COMMON_TEST_TOOLS_DIR is set by ctest";
-        std::string sCommand = "cd " + Quote(m_Dir / sWhere) + " && " +
+        std::string sCommand = "cd " + Quote(m_Dir / sWhere) + " && " + sPrefix +
                                Quote(std::string(szTools != nullptr ? szTools : "") + "/arc/arc");
         for (std::string const & sArgument : vArguments)
             sCommand += " " + Quote(sArgument);
@@ -136,7 +140,7 @@ TEST_F(Arc, CreateListCatVerifyExtract)
     EXPECT_EQ(Run({"cat", "maps", "town"}),
               (sRun{1, "", "arc: town is a directory in maps.arc\n"}));
     EXPECT_EQ(Run({"cat", "maps", "town/none"}),
-              (sRun{1, "", "arc: File not found. (error 4002)\n"}));
+              (sRun{1, "", "arc: town/none in maps.arc: File not found. (error 4002)\n"}));
     EXPECT_EQ(Run({"verify", "maps"}),
               (sRun{0, "maps.arc: OK, 4 units, 3 files, 12 bytes of file data\n", ""}));
 
@@ -201,7 +205,9 @@ TEST_F(Arc, ExitCodesAndErrorLines)
 
     EXPECT_EQ(Run({"create", "x", "missing"}), (sRun{1, "", "arc: no such directory: missing\n"}));
     EXPECT_EQ(Run({"create", "no/such/dir/x", "data"}),
-              (sRun{1, "", "arc: Could not open file. (error 4010)\n"}));
+              (sRun{1, "",
+                    "arc: no/such/dir/x.arc: Could not open file. (error 4010); no archive was "
+                    "written\n"}));
     EXPECT_EQ(Run({"list", "none"}), (sRun{1, "", "arc: cannot open archive: none.arc\n"}));
     EXPECT_EQ(Run({"extract", "none"}), (sRun{1, "", "arc: cannot open archive: none.arc\n"}));
     EXPECT_EQ(Run({"create", "maps", "data"}).nExit, 0);
@@ -209,8 +215,9 @@ TEST_F(Arc, ExitCodesAndErrorLines)
               (sRun{1, "", "arc: no such directory: nowhere\n"}));
     // A name that the target already has as a directory.
     fs::create_directories(m_Dir.Path() / "out/maps/a.txt");
-    EXPECT_EQ(Run({"extract", "maps", "out"}),
-              (sRun{1, "", "arc: Could not create file. (error 4005)\n"}));
+    EXPECT_EQ(
+        Run({"extract", "maps", "out"}),
+        (sRun{1, "", "arc: maps/a.txt (from maps.arc): Could not create file. (error 4005)\n"}));
 }
 
 TEST_F(Arc, VerifyReportsWhatIsWrong)
@@ -285,4 +292,162 @@ TEST_F(Arc, ProgressBarOnlyOnATerminalWithoutQuiet)
     EXPECT_THAT(RunOnTerminal({"extract", "maps", "data"}), HasSubstr("] 100% 3/3 files"));
     EXPECT_EQ(RunOnTerminal({"-q", "create", "maps", "data"}), "");
     EXPECT_EQ(RunOnTerminal({"extract", "--quiet", "maps", "data"}), "");
+}
+
+TEST_F(Arc, TreesPastTheLimitsAreRefusedBeforeAnythingIsWritten)
+{
+    // 257 directories, counting the top one and empty ones.
+    for (int nDirectory = 0; nDirectory < 256; ++nDirectory)
+        fs::create_directories(m_Dir.Path() / "many" / ("d" + std::to_string(nDirectory)));
+    sRun const Many = Run({"create", "many", "many"});
+    EXPECT_EQ(Many.nExit, 1);
+    EXPECT_THAT(Many.sErr, HasSubstr("arc: many can't be packed so that it reads back whole; "
+                                     "nothing was written\n"));
+    EXPECT_THAT(Many.sErr, HasSubstr("arc: 257 directories, counting many itself; an archive "
+                                     "holds at most 256, since the library's file system "
+                                     "registers at most 256 units (directories) per process:\n"));
+    EXPECT_THAT(Many.sErr, HasSubstr("arc:   and 251 more\narc:   split the tree"));
+    EXPECT_FALSE(fs::exists(m_Dir.Path() / "many.arc"));
+
+    // A backslash in a file's and in a directory's name (the latter crashed the pack);
+    // names equal without case, of files and of directories.
+    m_Dir.WriteFile("names/a\\b.txt", "1");
+    fs::create_directories(m_Dir.Path() / "names/c\\d");
+    m_Dir.WriteFile("names/man/NAN.3.gz", "2");
+    m_Dir.WriteFile("names/man/nan.3.gz", "3");
+    m_Dir.WriteFile("names/Sub/x", "4");
+    m_Dir.WriteFile("names/sub/y", "5");
+    EXPECT_EQ(Run({"create", "names", "names"}),
+              (sRun{1, "",
+                    "arc: names can't be packed so that it reads back whole; nothing was written\n"
+                    "arc: 2 names with a backslash, which the library reads as a path separator:\n"
+                    "arc:   names/a\\\\b.txt\n"
+                    "arc:   names/c\\\\d\n"
+                    "arc:   rename them\n"
+                    "arc: 2 pairs of names equal without case in one directory; names in an "
+                    "archive compare without case, so only one of each pair could be read:\n"
+                    "arc:   names/man/NAN.3.gz and nan.3.gz\n"
+                    "arc:   names/Sub and sub\n"
+                    "arc:   rename one name of each pair\n"}));
+    EXPECT_FALSE(fs::exists(m_Dir.Path() / "names.arc"));
+
+    // A sparse file of 4 GiB: refused by its size, not one byte of it copied.
+    fs::create_directories(m_Dir.Path() / "big");
+    ASSERT_EQ(std::system(("truncate -s 4G " + Quote(m_Dir / "big/huge")).c_str()), 0);
+    sRun const Big = Run({"create", "big", "big"});
+    EXPECT_EQ(Big.nExit, 1);
+    EXPECT_THAT(Big.sErr, HasSubstr("arc: 1 file of 4 GiB or more; sizes in an archive have 32 "
+                                    "bits:\narc:   big/huge (4294967296 bytes)\n"));
+    EXPECT_THAT(Big.sErr, HasSubstr("arc: the archive would take 4294967604 bytes"));
+    EXPECT_FALSE(fs::exists(m_Dir.Path() / "big.arc"));
+}
+
+TEST_F(Arc, ExactlyTheLimitOf256DirectoriesPacksAndEveryMemberReads)
+{
+    for (int nDirectory = 0; nDirectory < 255; ++nDirectory)
+    {
+        std::string const sName = "d" + std::to_string(nDirectory);
+        m_Dir.WriteFile("full/" + sName + "/f", sName);
+    }
+    ASSERT_EQ(Run({"create", "full", "full"}), s_Success);
+    fs::create_directories(m_Dir.Path() / "out");
+    ASSERT_EQ(Run({"extract", "full", "out"}), s_Success);
+    // Through the library, every unit registered: the top one and 255 nested.
+    std::filesystem::path const Saved = fs::current_path();
+    fs::current_path(m_Dir.Path());
+    for (int nDirectory = 0; nDirectory < 255; ++nDirectory)
+    {
+        std::string const sName = "d" + std::to_string(nDirectory);
+        EXPECT_EQ(m_Dir.ReadFile("out/full/" + sName + "/f"), sName);
+        CFileIO File;
+        File.Open(("full.arc\\" + sName + "\\f").c_str(), FILEIO_READ);
+        std::string sData(File.GetSize(), '\0');
+        File.Read(sData.data(), static_cast<std::uint32_t>(sData.size()));
+        EXPECT_EQ(sData, sName);
+    }
+    fs::current_path(Saved);
+}
+
+TEST_F(Arc, WhatPackingLeavesOutIsWarnedAboutOneLineEach)
+{
+    m_Dir.WriteFile("odd/dir/file.txt", "kept");
+    fs::create_directory_symlink("dir", m_Dir.Path() / "odd/to-dir");
+    fs::create_symlink("nowhere", m_Dir.Path() / "odd/dangling");
+    fs::create_symlink("dir/file.txt", m_Dir.Path() / "odd/to-file");
+    ASSERT_EQ(::mkfifo((m_Dir / "odd/fifo").c_str(), 0600), 0);
+    sRun const Create = Run({"create", "odd", "odd"});
+    EXPECT_EQ(Create.nExit, 0);
+    EXPECT_THAT(Create.sErr, HasSubstr("arc: warning: leaving out odd/to-dir: a link to a "
+                                       "directory\n"));
+    EXPECT_THAT(Create.sErr, HasSubstr("arc: warning: leaving out odd/dangling: a dangling "
+                                       "link\n"));
+    EXPECT_THAT(Create.sErr, HasSubstr("arc: warning: leaving out odd/fifo: a FIFO\n"));
+    EXPECT_EQ(std::count(Create.sErr.begin(), Create.sErr.end(), '\n'), 3);
+    EXPECT_EQ(Run({"list", "odd"}).sOut, "to-file  4\ndir/\n  file.txt  4\n");
+}
+
+TEST_F(Arc, ExtractionChecksThePathsBeforeWriting)
+{
+    std::string const sDeep =
+        "deep/" + std::string(200, 'a') + "/" + std::string(200, 'b') + "/" + std::string(200, 'c');
+    m_Dir.WriteFile(sDeep + "/f.txt", "deep");
+    ASSERT_EQ(Run({"create", "deep", "deep"}), s_Success);
+    fs::path const Long = m_Dir.Path() / std::string(250, 'L') / std::string(250, 'M');
+    fs::create_directories(Long);
+    std::string const sDeepest = (Long / "deep").string() + sDeep.substr(4) + "/f.txt";
+    EXPECT_EQ(Run({"extract", "deep", Long.string()}),
+              (sRun{1, "",
+                    "arc: deep.arc can't be extracted into " + Long.string() +
+                        "; nothing was written\n"
+                        "arc: 2 paths would have 1024 bytes or more, which the library's path "
+                        "buffers don't hold; the deepest member:\n"
+                        "arc:   " +
+                        sDeepest + " (" + std::to_string(sDeepest.size()) +
+                        " bytes)\n"
+                        "arc:   extract into a directory with a shorter path\n"}));
+    EXPECT_TRUE(fs::is_empty(Long));
+    fs::create_directories(m_Dir.Path() / "short");
+    EXPECT_EQ(Run({"extract", "deep", "short"}), s_Success);
+    EXPECT_EQ(m_Dir.ReadFile("short/" + sDeep + "/f.txt"), "deep");
+}
+
+TEST_F(Arc, ListEscapesNamesAsLsDoesUnlessRaw)
+{
+    m_Dir.WriteFile("ctl/line\nbreak", "1");
+    m_Dir.WriteFile("ctl/tab\tand space", "22");
+    ASSERT_EQ(Run({"create", "ctl", "ctl"}), s_Success);
+    sRun const List = Run({"list", "ctl"});
+    EXPECT_THAT(List.sOut, HasSubstr("line\\nbreak  1\n"));
+    EXPECT_THAT(List.sOut, HasSubstr("tab\\tand\\ space  2\n"));
+    EXPECT_EQ(std::count(List.sOut.begin(), List.sOut.end(), '\n'), 2);
+    EXPECT_THAT(Run({"list", "--raw", "ctl"}).sOut, HasSubstr("line\nbreak  1\n"));
+    EXPECT_EQ(
+        Run({"cat", "ctl", "line\nbreak\\none"}),
+        (sRun{1, "", "arc: line\\nbreak\\\\none in ctl.arc: File not found. (error 4002)\n"}));
+}
+
+TEST_F(Arc, APackThatFailsNamesTheFileAndLeavesNoArchive)
+{
+    // A file that can't be read stops the pack; permissions bind only a process that
+    // isn't root, so a root run drops to nobody.
+    std::string sPrefix;
+    if (::geteuid() == 0)
+    {
+        if (std::system("setpriv --version >/dev/null 2>&1") != 0)
+            GTEST_SKIP() << "running as root without setpriv to drop privileges";
+        sPrefix = "setpriv --reuid=65534 --regid=65534 --clear-groups ";
+    }
+    MakeTree();
+    m_Dir.WriteFile("data/town/secret", "s");
+    fs::permissions(m_Dir.Path(), fs::perms::all);
+    for (auto const & Item : fs::recursive_directory_iterator(m_Dir.Path()))
+        fs::permissions(Item.path(), Item.is_directory()
+                                         ? fs::perms::all
+                                         : fs::perms::owner_read | fs::perms::others_read);
+    fs::permissions(m_Dir.Path() / "data/town/secret", fs::perms::none);
+    EXPECT_EQ(Run({"create", "maps", "data"}, ".", sPrefix),
+              (sRun{1, "",
+                    "arc: data/town/secret (it can't be read): Could not open file. (error 4010); "
+                    "the cut-off archive was removed\n"}));
+    EXPECT_FALSE(fs::exists(m_Dir.Path() / "maps.arc"));
 }

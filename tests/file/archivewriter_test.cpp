@@ -485,3 +485,69 @@ TEST_F(ArchiveWriter, ADirectoryWithoutPermissionEndsThePackWithoutACrash)
     EXPECT_EXIT(PackAsNobody(), testing::ExitedWithCode(4016 % 256), "");
     fs::permissions("tree/locked", fs::perms::owner_all);
 }
+
+namespace
+{
+void RecordSurvey(CExtendedFileSystem::sSurveyEntry const & Entry, unsigned long ulUser)
+{
+    char const * const aszKinds[] = {"", "D ", "F ", "E ", "not entered ", "too deep "};
+    std::string & sTranscript = *reinterpret_cast<std::string *>(ulUser);
+    sTranscript += aszKinds[Entry.m_nKind] + std::string(Entry.m_szName);
+    if (Entry.m_nKind == SURVEY_FILE)
+        sTranscript += " " + std::to_string(Entry.m_ullSize);
+    sTranscript += "\n";
+}
+
+// The transcript that SurveyArchive gives for a tree, read back from its archive: a
+// unit's files with their sizes, then its subdirectories in turn.
+std::string TranscriptOf(std::string const & sArchive, std::size_t nStart,
+                         std::string const & sName)
+{
+    sUnit const Unit = UnitAt(sArchive, nStart);
+    std::string sTranscript = "D " + sName + "\n";
+    for (auto const & Entry : Unit.vEntries)
+        if (!Entry.bDirectory)
+            sTranscript += "F " + Entry.sName + " " + std::to_string(Entry.ulSize) + "\n";
+    for (auto const & Entry : Unit.vEntries)
+        if (Entry.bDirectory)
+            sTranscript += TranscriptOf(sArchive, nStart + Entry.ulOffset, Entry.sName);
+    return sTranscript + "E " + sName + "\n";
+}
+} // namespace
+
+TEST_F(ArchiveWriter, TheSurveySeesWhatThePackHoldsInItsOrder)
+{
+    for (int nFile = 0; nFile < 40; ++nFile)
+        m_Dir.WriteFile("tree/d" + std::to_string(nFile % 4) + "/f" + std::to_string(nFile),
+                        std::string(static_cast<std::size_t>(nFile), 'x'));
+    m_Dir.WriteFile("tree/top.txt", "top");
+    fs::create_directories("tree/d1/empty");
+    fs::create_symlink("d0", "tree/link-to-dir");
+    fs::create_symlink("top.txt", "tree/link-to-file");
+    fs::create_symlink("nowhere", "tree/dangling");
+    m_Dir.WriteFile("tree/tree.arc", "the archive itself, emptied and left out");
+
+    std::string sSurvey;
+    Xfs().SurveyArchive("tree/tree", "./tree", RecordSurvey,
+                        reinterpret_cast<unsigned long>(&sSurvey));
+    EXPECT_EQ(Cwd(), m_Dir.Path().string());
+    ASSERT_TRUE(Xfs().CreateArchive("tree/tree", "./tree"));
+    EXPECT_EQ(sSurvey, TranscriptOf(m_Dir.ReadFile("tree/tree.arc"), 0, "tree"));
+    EXPECT_THAT(sSurvey, testing::HasSubstr("F link-to-file 3\n"));
+
+    // Where packing would stop, the survey reports and goes on.
+    fs::create_directories("odd/a\\b");
+    m_Dir.WriteFile("odd/z/z.txt", "z");
+    sSurvey.clear();
+    Xfs().SurveyArchive("odd", "./odd", RecordSurvey, reinterpret_cast<unsigned long>(&sSurvey));
+    EXPECT_THAT(sSurvey, testing::HasSubstr("not entered a\\b\n"));
+    EXPECT_THAT(sSurvey, testing::HasSubstr("D z\nF z.txt 1\nE z\n"));
+    EXPECT_EQ(Cwd(), m_Dir.Path().string());
+    // The directory that holds the source must be there; the source itself is reported.
+    EXPECT_EQ(ErrorCodeOf([&] { Xfs().SurveyArchive("x", "./missing/src", RecordSurvey, 0); }),
+              4016u);
+    fs::current_path(m_Dir.Path());
+    sSurvey.clear();
+    Xfs().SurveyArchive("x", "./missing", RecordSurvey, reinterpret_cast<unsigned long>(&sSurvey));
+    EXPECT_EQ(sSurvey, "not entered missing\n");
+}

@@ -7,6 +7,7 @@
 
 int CommandCreate(std::string const & sArchive, std::string const & sDirectory, bool bQuiet);
 int CommandExtract(std::string const & sArchive, std::string const & sTarget, bool bQuiet);
-int CommandList(std::string const & sArchive, bool bLong);
+// Names are escaped as ls -b does unless bRaw.
+int CommandList(std::string const & sArchive, bool bLong, bool bRaw);
 int CommandCat(std::string const & sArchive, std::string const & sMember);
 int CommandVerify(std::string const & sArchive);
