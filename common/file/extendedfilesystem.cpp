@@ -252,6 +252,21 @@ bool CExtendedFileSystem::ReadFile(std::uint32_t ulHandle, void * pBuffer, std::
     return true;
 }
 
+bool CExtendedFileSystem::UnreadChar(std::uint32_t ulHandle, int nChar)
+{
+    sFileInfo * pFileInfo = GetOpenFile(ulHandle, s_szInvalidHandle);
+    if (pFileInfo->m_ulPosition == 0)
+        ThrowException(4009, __LINE__, s_szSourceFile, s_szSeekError);
+    if (std::ungetc(static_cast<unsigned char>(nChar), pFileInfo->m_pFile) == EOF)
+    {
+        SeekTo(pFileInfo, pFileInfo->m_ulPosition - 1);
+        return true;
+    }
+    --pFileInfo->m_ulPosition;
+    VerifyFilePos(pFileInfo);
+    return true;
+}
+
 bool CExtendedFileSystem::ReadChar(std::uint32_t ulHandle, int * pChar)
 {
     // The low-order byte of a little-endian int is its first.

@@ -143,6 +143,10 @@ public:
     // False at the end; a read past the end delivers what remains and gives true.
     bool ReadFile(std::uint32_t ulHandle, void * pBuffer, std::uint32_t ulSize);
     bool ReadChar(std::uint32_t ulHandle, int * pChar);
+    // Puts back nChar, the byte that the last read delivered: the position goes back by
+    // one as Seek would take it there, but the stream keeps its buffer and asks the
+    // system nothing. Raises as Seek does.
+    bool UnreadChar(std::uint32_t ulHandle, int nChar);
     // One line, its line end included, cut to ulSize - 1 bytes and terminated.
     bool ReadLine(std::uint32_t ulHandle, char * pBuffer, std::uint32_t ulSize);
     bool WriteFile(std::uint32_t ulHandle, void const * pBuffer, std::uint32_t ulSize);

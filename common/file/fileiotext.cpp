@@ -3,6 +3,7 @@
 // feed and carriage return between values. Everything here goes through the virtual raw
 // and position operations, one byte at a time on reading, so CMemFileIO inherits it.
 #include "common/file/fileio.h"
+#include "common/kernel/libraryobjects.h"
 
 #include <cmath>
 #include <cstdio>
@@ -207,9 +208,9 @@ bool CFileIO::ReadAscii(char & cValue, bool bSkip)
     {
         if (!Read(&cValue, 1))
             return false;
-        std::uint32_t const ulBehind = GetFilePointerPos();
         if (cValue == '/')
         {
+            std::uint32_t const ulBehind = GetFilePointerPos();
             if (!Read(&cValue, 1))
                 return false;
             if (cValue == '/')
@@ -222,7 +223,12 @@ bool CFileIO::ReadAscii(char & cValue, bool bSkip)
                 bSkip = true;
                 continue;
             }
-            SetFilePointerPos(ulBehind);
+            // A file of the file system puts the byte back into its stream, which costs no
+            // seek; any other stream is placed anew.
+            if (m_ulFileHandle != 0)
+                g_FileSystem.UnreadChar(m_ulFileHandle, cValue);
+            else
+                SetFilePointerPos(ulBehind);
             cValue = '/';
         }
         if (!bSkip || !IsWhiteSpace(cValue))

@@ -211,6 +211,30 @@ TEST(FileIOTextForm, CharactersSkipWhiteSpaceAndComments)
     EXPECT_EQ(c, 'q');
 }
 
+TEST_F(FileIOText, ALoneSlashInAFileIsPutBackWhereItWas)
+{
+    // On a file the byte behind a lone slash goes back into the stream: positions and
+    // raw reads behind it are as after a seek; a slash at the very end ends the reading.
+    m_Dir.WriteFile("slashes.txt", "a/b//c\n/ /");
+    CFileIO File;
+    ASSERT_TRUE(File.Open("slashes.txt", FILEIO_READ));
+    std::string sRead;
+    std::string sPositions;
+    char c = 0;
+    while (File.ReadAscii(c, false))
+    {
+        sRead += c;
+        sPositions += std::to_string(File.GetFilePointerPos()) + " ";
+    }
+    EXPECT_EQ(sRead, "a/b/ ");
+    EXPECT_EQ(sPositions, "1 2 3 8 9 ");
+    File.SetFilePointerPos(1);
+    ASSERT_TRUE(File.ReadAscii(c, false));
+    char acRaw[2] = {};
+    ASSERT_TRUE(File.Read(acRaw, 2));
+    EXPECT_EQ(std::string(acRaw, 2), "b/");
+}
+
 TEST(FileIOTextForm, StringsAreQuotedWithEscapesAndEndAtASemicolon)
 {
     // What stands between the closing quote and the semicolon goes; an unknown escape
