@@ -6,7 +6,9 @@
 #include <cstdint>
 #include <cstdlib>
 #include <functional>
+#include <map>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include <poll.h>
@@ -234,4 +236,131 @@ TEST_F(LogMon, PrintsJsonFilteredByLevelAndProcess)
     std::string sLine;
     ASSERT_TRUE(ReadLine(1, sLine));
     EXPECT_TRUE(sLine.find(",\"shown\":2,\"lost\":0}") != std::string::npos) << sLine;
+}
+
+namespace
+{
+// The sender's process id and the message of a line "[pid P uid U] ... | message".
+bool SplitLine(std::string const & sLine, std::string & sPid, std::string & sMessage)
+{
+    std::size_t const nPidEnd = sLine.find(' ', 5);
+    std::size_t const nLast = sLine.rfind(" | ");
+    if (sLine.compare(0, 5, "[pid ") != 0 || nPidEnd == std::string::npos ||
+        nLast == std::string::npos)
+        return false;
+    sPid = sLine.substr(5, nPidEnd - 5);
+    sMessage = sLine.substr(nLast + 3);
+    return true;
+}
+} // namespace
+
+TEST_F(LogMon, ABurstOfSeveralProcessesArrivesWholeAndInOrder)
+{
+    std::string const sLog = "burst-" + std::to_string(::getpid());
+    Serve({"--log", sLog});
+    if (IsSkipped() || HasFatalFailure())
+        return;
+    std::vector<std::string> vLines;
+    std::thread Reader(
+        [&]
+        {
+            std::string sLine;
+            while (ReadLine(1, sLine))
+                vLines.push_back(sLine);
+        });
+
+    // Far more records than the system's datagram queue holds, sent at once.
+    constexpr int PROCESSES = 4;
+    constexpr int RECORDS = 5000;
+    std::vector<pid_t> vChildren;
+    std::vector<int> vGo;
+    for (int nProcess = 0; nProcess < PROCESSES; ++nProcess)
+    {
+        int nGo = -1;
+        vChildren.push_back(ForkLogger(
+            [&]
+            {
+                for (int i = 0; i < RECORDS; ++i)
+                    _ZR_Log_Fn("a.src", sLog.c_str(), "", 1, 0, LOG_MAILSLOT, 5, "%d", i);
+            },
+            nGo));
+        vGo.push_back(nGo);
+    }
+    for (int const nGo : vGo)
+    {
+        EXPECT_EQ(::write(nGo, "g", 1), 1);
+        ::close(nGo);
+    }
+    for (pid_t const nChild : vChildren)
+        EXPECT_EQ(ExitCode(nChild), 0);
+    EXPECT_EQ(Interrupt(), 0);
+    Reader.join();
+
+    // Every record of every process, each process's in the order it sent them.
+    std::map<std::string, int> mNext;
+    for (pid_t const nChild : vChildren)
+        mNext[std::to_string(nChild)] = 0;
+    for (std::string const & sLine : vLines)
+    {
+        std::string sPid;
+        std::string sMessage;
+        ASSERT_TRUE(SplitLine(sLine, sPid, sMessage)) << sLine;
+        ASSERT_EQ(mNext.count(sPid), 1u) << sLine;
+        ASSERT_EQ(sMessage, std::to_string(mNext[sPid]++));
+    }
+    EXPECT_EQ(vLines.size(), static_cast<std::size_t>(PROCESSES * RECORDS));
+    std::string sLine;
+    while (ReadLine(2, sLine) && sLine.find("received") == std::string::npos)
+        continue;
+    EXPECT_NE(sLine.find(", 20000 shown, 0 known lost"), std::string::npos) << sLine;
+}
+
+TEST_F(LogMon, RecordsAStuckMonitorMissedAreReportedAtItsEnd)
+{
+    std::string const sLog = "stuck-" + std::to_string(::getpid());
+    Serve({"--json", "--log", sLog});
+    if (IsSkipped() || HasFatalFailure())
+        return;
+    constexpr int STUCK_RECORDS = 40;
+    int anStopped[2];
+    int anResumed[2];
+    ASSERT_TRUE(::pipe(anStopped) == 0 && ::pipe(anResumed) == 0);
+    int nGo = -1;
+    pid_t const nChild = ForkLogger(
+        [&]
+        {
+            for (int i = 0; i < STUCK_RECORDS; ++i)
+                _ZR_Log_Fn("a.src", sLog.c_str(), "", 1, 0, LOG_MAILSLOT, 5, "%d", i);
+            char cGo = 0;
+            if (::write(anStopped[1], "s", 1) != 1 || ::read(anResumed[0], &cGo, 1) != 1)
+                throw 1;
+            _ZR_Log_Fn("a.src", sLog.c_str(), "", 1, 0, LOG_MAILSLOT, 5, "%s", "after");
+        },
+        nGo);
+
+    // The monitor stops reading while the process logs; its sends wait once, then drop.
+    ::kill(m_nPid, SIGSTOP);
+    int nStatus = 0;
+    ASSERT_EQ(::waitpid(m_nPid, &nStatus, WUNTRACED), m_nPid);
+    EXPECT_EQ(::write(nGo, "g", 1), 1);
+    ::close(nGo);
+    char cStage = 0;
+    ASSERT_EQ(::read(anStopped[0], &cStage, 1), 1);
+    ::kill(m_nPid, SIGCONT);
+    EXPECT_EQ(::write(anResumed[1], "g", 1), 1);
+    EXPECT_EQ(ExitCode(nChild), 0);
+    for (int const nFd : {anStopped[0], anStopped[1], anResumed[0], anResumed[1]})
+        ::close(nFd);
+
+    int nShown = 0;
+    std::string sLine;
+    while (ReadLine(1, sLine) && sLine.find("\"message\":\"after\"") == std::string::npos)
+        ++nShown;
+    EXPECT_EQ(Interrupt(), 0);
+    ASSERT_TRUE(ReadLine(1, sLine));
+    std::size_t const nLost = sLine.find("\"lost\":");
+    ASSERT_NE(nLost, std::string::npos) << sLine;
+    int const nKnownLost = std::atoi(sLine.c_str() + nLost + 7);
+    EXPECT_GT(nKnownLost, 0);
+    EXPECT_EQ(nShown + nKnownLost, STUCK_RECORDS);
 }

@@ -193,7 +193,7 @@ eSendResult SendConnected(sMailSlotEndpoint & Endpoint, void const * pData, std:
     }
 }
 
-// Tells the server how many messages it missed, when the queue has room right now.
+// Tells the server how many messages it missed; it has just taken one, so it reads.
 void SendNotice(sMailSlotEndpoint & Endpoint)
 {
     char achNotice[NOTICE_SIZE] = {};
@@ -201,12 +201,7 @@ void SendNotice(sMailSlotEndpoint & Endpoint)
     std::uint32_t const ulLost = Endpoint.m_ulUnreported;
     for (int i = 0; i < 4; ++i)
         achNotice[sizeof(s_achNoticeMark) + i] = static_cast<char>((ulLost >> (8 * i)) & 0xFF);
-    ssize_t nSent;
-    do
-        nSent =
-            ::send(Endpoint.m_nSocket, achNotice, sizeof(achNotice), MSG_DONTWAIT | MSG_NOSIGNAL);
-    while (nSent < 0 && errno == EINTR);
-    if (nSent >= 0)
+    if (SendConnected(Endpoint, achNotice, sizeof(achNotice)) == SEND_DONE)
         Endpoint.m_ulUnreported = 0;
 }
 
