@@ -28,6 +28,8 @@ volatile std::sig_atomic_t s_bStop = 0;
 constexpr std::uint32_t WAIT_MILLISECONDS = 250;
 
 constexpr int DRAIN_AT_END = 1000;
+// The next-message size when none waits.
+constexpr std::uint32_t NO_MESSAGE = 0xFFFFFFFF;
 
 void OnStopSignal(int)
 {
@@ -88,13 +90,13 @@ void Print(sOptions const & Options, sWireRecord const & Record)
                          : FormatSenderTag(Record) + FormatRecordLine(Record)) +
         "\n";
     std::fwrite(sLine.data(), 1, sLine.size(), stdout);
-    std::fflush(stdout);
 }
 
-// Takes one waiting message; prints it when it is a record that passes the filters.
-void TakeMessage(sOptions const & Options, CZRMailSlot & Slot, sCounts & Counts)
+// Takes one waiting message of ulSize bytes; prints it when it is a record that passes
+// the filters.
+void TakeMessage(sOptions const & Options, CZRMailSlot & Slot, std::uint32_t ulSize,
+                 sCounts & Counts)
 {
-    std::uint32_t const ulSize = Slot.GetMessageSize();
     Slot.BeginRead();
     if (ulSize > CZRMailSlot::MESSAGE_SIZE)
     {
@@ -149,6 +151,21 @@ void ReportEnd(sOptions const & Options, sCounts const & Counts)
     std::fflush(stdout);
 }
 
+// Takes what waits, up to nMost messages (all when negative), and flushes the output
+// once the queue is empty, so that a burst costs one write per buffer, not per record.
+void TakeWaiting(sOptions const & Options, CZRMailSlot & Slot, sCounts & Counts, int nMost)
+{
+    std::uint32_t ulSize = 0;
+    for (; nMost != 0 && (s_bStop == 0 || nMost > 0); --nMost)
+    {
+        ulSize = Slot.GetMessageSize();
+        if (ulSize == NO_MESSAGE)
+            break;
+        TakeMessage(Options, Slot, ulSize, Counts);
+    }
+    std::fflush(stdout);
+}
+
 int Serve(sOptions const & Options)
 {
     CZRMailSlot Slot;
@@ -168,16 +185,12 @@ int Serve(sOptions const & Options)
     while (s_bStop == 0)
     {
         if (Slot.WaitForMessage(WAIT_MILLISECONDS))
-        {
-            while (s_bStop == 0 && Slot.AreMessagesWaiting())
-                TakeMessage(Options, Slot, Counts);
-        }
+            TakeWaiting(Options, Slot, Counts, -1);
         ReportNewLosses(Slot, Counts);
     }
     // What waits already was sent while this monitor served: take it before ending, but
     // no more than a queue holds, so that busy senders cannot keep the monitor alive.
-    for (int nLeft = DRAIN_AT_END; nLeft > 0 && Slot.AreMessagesWaiting(); --nLeft)
-        TakeMessage(Options, Slot, Counts);
+    TakeWaiting(Options, Slot, Counts, DRAIN_AT_END);
     ReportNewLosses(Slot, Counts);
     Slot.Close();
     ReportEnd(Options, Counts);

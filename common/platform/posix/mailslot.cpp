@@ -1,9 +1,9 @@
 // A slot is an AF_UNIX SOCK_DGRAM socket in the abstract namespace, so that it needs
 // no file, vanishes with its server and is seen by every process of the machine. The
 // address is "zr-mailslot:" and the lower-cased NAME. Datagrams keep their bounds.
-// The system's queue is short (net.unix.max_dgram_qlen, often 10), so a client connects
-// to the server and, when the queue is full, sleeps in poll until the server takes a
-// message: the kernel wakes a connected writer when its peer's queue gets room. The
+// The system's queue is short (net.unix.max_dgram_qlen, often 10), so a client's send
+// to a full queue sleeps in the kernel, for a bounded time, until the server takes a
+// message. The
 // server asks for SO_PASSCRED, so that each datagram carries its sender's real ids.
 // A client that had to drop messages while a server was there tells it afterwards with a
 // loss notice: a datagram longer than a 400-byte record, which readers of fixed-size
@@ -18,6 +18,7 @@
 #include <new>
 #include <poll.h>
 #include <sys/socket.h>
+#include <sys/time.h>
 #include <sys/un.h>
 #include <unistd.h>
 
@@ -30,10 +31,6 @@ char const s_szAddressPrefix[] = "zr-mailslot:";
 char const s_achNoticeMark[16] = {'z', 'r', '-', 'm', 'a', 'i', 'l', 's',
                                   'l', 'o', 't', '-', 'l', 'o', 's', 't'};
 constexpr std::size_t NOTICE_SIZE = 408;
-
-// How long a send waits for room at most in all, however often the server takes a
-// message and another client gets the room first.
-constexpr std::uint32_t SEND_WAIT_CAP_MILLISECONDS = 2000;
 
 struct sMailSlotEndpoint
 {
@@ -162,34 +159,30 @@ long MillisecondsSince(std::chrono::steady_clock::time_point Start)
                                  .count());
 }
 
-// Sends one datagram on the connected socket. A full queue is waited for in poll until
-// the server has taken nothing for PLATFORM_MAILSLOT_SEND_WAIT; a queue that stayed full
-// at the last send is not waited for.
+// Sends one datagram on the connected socket. A full queue is waited for in the send
+// itself, for up to PLATFORM_MAILSLOT_SEND_WAIT (SO_SNDTIMEO): the kernel queues the
+// waiting writers and wakes one of them for each message the server takes, so that a
+// burst of many clients costs no herd of wake-ups. A queue that stayed full at the last
+// send is not waited for.
 eSendResult SendConnected(sMailSlotEndpoint & Endpoint, void const * pData, std::size_t nSize)
 {
     auto const Start = std::chrono::steady_clock::now();
-    auto Progress = Start;
+    int const nFlags = MSG_NOSIGNAL | (Endpoint.m_bStuck ? MSG_DONTWAIT : 0);
     for (;;)
     {
-        ssize_t const nSent = ::send(Endpoint.m_nSocket, pData, nSize, MSG_DONTWAIT | MSG_NOSIGNAL);
+        ssize_t const nSent = ::send(Endpoint.m_nSocket, pData, nSize, nFlags);
         if (nSent >= 0)
             return SEND_DONE;
         int const nError = errno;
-        if (nError == EINTR)
+        // A signal restarts the wait with the time that is left of it.
+        if (nError == EINTR &&
+            MillisecondsSince(Start) < static_cast<long>(PLATFORM_MAILSLOT_SEND_WAIT))
             continue;
         if (IsGone(nError))
             return SEND_GONE;
-        if (nError != EAGAIN && nError != EWOULDBLOCK)
-            return SEND_FAILED;
-        long const lIdle = MillisecondsSince(Progress);
-        if (Endpoint.m_bStuck || lIdle >= static_cast<long>(PLATFORM_MAILSLOT_SEND_WAIT) ||
-            MillisecondsSince(Start) >= static_cast<long>(SEND_WAIT_CAP_MILLISECONDS))
+        if (nError == EAGAIN || nError == EWOULDBLOCK || nError == EINTR)
             return SEND_FULL;
-        pollfd Poll{Endpoint.m_nSocket, POLLOUT, 0};
-        int const nReady = ::poll(&Poll, 1, static_cast<int>(PLATFORM_MAILSLOT_SEND_WAIT - lIdle));
-        // Room came: the server is reading, even if another client takes the room first.
-        if (nReady == 1)
-            Progress = std::chrono::steady_clock::now();
+        return SEND_FAILED;
     }
 }
 
@@ -330,6 +323,12 @@ void * PLATFORM_OpenMailSlot(char const * szName)
     if (nSocket < 0)
         return PLATFORM_INVALID_MAILSLOT;
     bool const bBroadcast = cHost == '*';
+    timeval Wait{0, static_cast<suseconds_t>(PLATFORM_MAILSLOT_SEND_WAIT) * 1000};
+    if (::setsockopt(nSocket, SOL_SOCKET, SO_SNDTIMEO, &Wait, sizeof(Wait)) != 0)
+    {
+        ::close(nSocket);
+        return PLATFORM_INVALID_MAILSLOT;
+    }
     void * hSlot = NewEndpoint(nSocket, false, bBroadcast, false, Address, nLength);
     sMailSlotEndpoint * pEndpoint = Endpoint(hSlot);
     // A direct client is connected once, which proves that the server is there; a
@@ -467,6 +466,9 @@ bool PLATFORM_CloseMailSlot(void * hSlot)
         return false;
     if (pEndpoint->m_nShares.fetch_sub(1) == 1)
     {
+        // Losses not told yet are told now, or never.
+        if (pEndpoint->m_ulUnreported > 0 && pEndpoint->m_bConnected && !pEndpoint->m_bStuck)
+            SendNotice(*pEndpoint);
         ::close(pEndpoint->m_nSocket);
         delete pEndpoint;
     }
