@@ -11,6 +11,7 @@
 #include <thread>
 #include <vector>
 
+#include <fcntl.h>
 #include <poll.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -111,6 +112,8 @@ protected:
         ::close(anOut[1]);
         ::close(anErr[1]);
         m_anFd[1] = anOut[0];
+        // Room for a burst's output, so that logmon does not wait for this test to read.
+        ::fcntl(anOut[0], F_SETPIPE_SZ, 1 << 20);
         m_anFd[2] = anErr[0];
         std::string sLine;
         ASSERT_TRUE(ReadLine(2, sLine));
@@ -296,6 +299,12 @@ TEST_F(LogMon, ABurstOfSeveralProcessesArrivesWholeAndInOrder)
     EXPECT_EQ(Interrupt(), 0);
     Reader.join();
 
+    std::string sLine;
+    while (ReadLine(2, sLine) && sLine.find("received") == std::string::npos)
+        continue;
+    EXPECT_NE(sLine.find(", 20000 shown, 0 known lost"), std::string::npos) << sLine;
+    ASSERT_EQ(vLines.size(), static_cast<std::size_t>(PROCESSES * RECORDS)) << sLine;
+
     // Every record of every process, each process's in the order it sent them.
     std::map<std::string, int> mNext;
     for (pid_t const nChild : vChildren)
@@ -308,11 +317,6 @@ TEST_F(LogMon, ABurstOfSeveralProcessesArrivesWholeAndInOrder)
         ASSERT_EQ(mNext.count(sPid), 1u) << sLine;
         ASSERT_EQ(sMessage, std::to_string(mNext[sPid]++));
     }
-    EXPECT_EQ(vLines.size(), static_cast<std::size_t>(PROCESSES * RECORDS));
-    std::string sLine;
-    while (ReadLine(2, sLine) && sLine.find("received") == std::string::npos)
-        continue;
-    EXPECT_NE(sLine.find(", 20000 shown, 0 known lost"), std::string::npos) << sLine;
 }
 
 TEST_F(LogMon, RecordsAStuckMonitorMissedAreReportedAtItsEnd)
