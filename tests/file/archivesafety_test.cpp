@@ -3,10 +3,14 @@
 // disks that fill up.
 #include <gtest/gtest.h>
 
+#include <dlfcn.h>
 #include <filesystem>
 #include <fstream>
+#include <grp.h>
 #include <string>
 #include <sys/mount.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include "archivebuilder.h"
@@ -50,6 +54,43 @@ std::string SelfReferringUnit()
     SetU32(sUnit, ulDirectory + 276 + 256, 0);
     SetU32(sUnit, ulDirectory + 276 + 260, static_cast<std::uint32_t>(sUnit.size()));
     return sUnit;
+}
+
+// The process-wide count of registered units, reset so that one test can register
+// more than 256 archives one after the other.
+void ForgetUnits()
+{
+    static auto * const s_pCounter = static_cast<std::uint32_t *>(
+        dlsym(RTLD_DEFAULT, "_ZN19CExtendedFileSystem16s_ulArchiveCountE"));
+    ASSERT_NE(s_pCounter, nullptr);
+    *s_pCounter = 0;
+}
+
+// Runs Statement in a child process without root's rights (as nobody when the test
+// runs as root) and gives its exit code, or -1 when it ended otherwise.
+template <typename Statement>
+int RunUnprivileged(Statement Run)
+{
+    pid_t const nChild = ::fork();
+    if (nChild == 0)
+    {
+        if (::geteuid() == 0 &&
+            (::setgroups(0, nullptr) != 0 || ::setgid(65534) != 0 || ::setuid(65534) != 0))
+            ::_exit(99);
+        ::_exit(Run());
+    }
+    int nStatus = 0;
+    ::waitpid(nChild, &nStatus, 0);
+    return WIFEXITED(nStatus) ? WEXITSTATUS(nStatus) : -1;
+}
+
+// Cuts the archive s_CutArchive short when extraction comes to its second file.
+int s_nExtracted = 0;
+fs::path s_CutArchive;
+void CutArchiveAtSecondFile(int nCode, unsigned long, unsigned long, unsigned long)
+{
+    if (nCode == XFS_NOTIFY_EXTRACTFILE && ++s_nExtracted == 2)
+        fs::resize_file(s_CutArchive, 100);
 }
 
 // A small tmpfs mounted for the test, which needs root; unmounted at the end.
@@ -202,4 +243,122 @@ TEST_F(ArchiveSafety, DevFullFailsFlushAndWrites)
     std::string const sLarge(1 << 20, 'x');
     EXPECT_EQ(ErrorCodeOf([&] { Xfs().WriteFile(ulFile, sLarge.data(), 1 << 20); }), 4007u);
     Xfs().CloseFile(ulFile);
+}
+
+TEST_F(ArchiveSafety, UnreadableSourcesAndUnwritableTargetsForAnOrdinaryUser)
+{
+    // The work directory is opened to everybody; what is taken away is taken from the
+    // files and directories themselves.
+    fs::permissions(m_Dir.Path(), fs::perms::all);
+    m_Dir.WriteFile("tree/open.txt", "open");
+    m_Dir.WriteFile("tree/secret.txt", "secret");
+    fs::permissions("tree/secret.txt", fs::perms::owner_write);
+    fs::create_directories("shut/inner");
+    m_Dir.WriteFile("shut/inner/x", "x");
+    fs::permissions("shut/inner", fs::perms::none);
+    fs::create_directories("packs");
+    fs::create_directories("locked");
+    fs::permissions("packs", fs::perms::all);
+    fs::permissions("locked", fs::perms::owner_all);
+    m_Dir.WriteFile("maps.arc", s_sMaps);
+    fs::permissions("maps.arc", fs::perms::owner_read | fs::perms::others_read);
+
+    std::string const sWhere = m_Dir.Path().string() + "/";
+    auto const CodeOf = [&](auto Statement)
+    {
+        return RunUnprivileged(
+            [&]
+            {
+                auto pXfs = std::make_unique<CExtendedFileSystem>();
+                return static_cast<int>(ErrorCodeOf([&] { Statement(*pXfs); }) % 100);
+            });
+    };
+    // 4010 for the file that can't be read, 4016 for the directory that can't be entered,
+    // 4016 for a target that can't be written, as extraction can't create its directory
+    // there; and a readable archive into a writable place works.
+    EXPECT_EQ(
+        CodeOf([&](CExtendedFileSystem & Xfs)
+               { Xfs.CreateArchive((sWhere + "packs/a").c_str(), (sWhere + "tree").c_str()); }),
+        10);
+    EXPECT_EQ(
+        CodeOf([&](CExtendedFileSystem & Xfs)
+               { Xfs.CreateArchive((sWhere + "packs/b").c_str(), (sWhere + "shut").c_str()); }),
+        16);
+    EXPECT_EQ(
+        CodeOf(
+            [&](CExtendedFileSystem & Xfs)
+            { Xfs.ExtractArchive((sWhere + "maps.arc").c_str(), (sWhere + "locked/").c_str()); }),
+        16);
+    EXPECT_EQ(
+        CodeOf([&](CExtendedFileSystem & Xfs)
+               { Xfs.ExtractArchive((sWhere + "maps.arc").c_str(), (sWhere + "packs/").c_str()); }),
+        0);
+    EXPECT_EQ(m_Dir.ReadFile("packs/maps/town/hall.dat"), "HALL");
+    fs::permissions("shut/inner", fs::perms::owner_all);
+}
+
+TEST_F(ArchiveSafety, DamageFoundDuringExtractionEndsItCleanly)
+{
+    // A bit of every third byte of a small archive flipped in turn: each extraction either works or
+    // raises an error of the file system, and never leaves a temporary file or anything
+    // outside its directory.
+    std::string const sArchive =
+        ArchiveUnit({{"a.txt", "abc"}}, {{"d", ArchiveUnit({{"b", "bb"}})}});
+    fs::create_directories("out");
+    for (std::size_t nByte = 0; nByte < sArchive.size(); nByte += 3)
+    {
+        std::string sFlipped = sArchive;
+        sFlipped[nByte] = static_cast<char>(sFlipped[nByte] ^ (1 << (nByte % 8)));
+        m_Dir.WriteFile("flip.arc", sFlipped);
+        ForgetUnits();
+        auto pXfs = std::make_unique<CExtendedFileSystem>();
+        try
+        {
+            pXfs->ExtractArchive("flip.arc", "out/");
+        }
+        catch (CZRException const & Error)
+        {
+            EXPECT_GE(Error.GetErrorCode(), 4001u) << nByte;
+            EXPECT_LE(Error.GetErrorCode(), 4016u) << nByte;
+        }
+        fs::current_path(m_Dir.Path());
+        for (auto const & Entry : fs::recursive_directory_iterator("out"))
+            ASSERT_EQ(Entry.path().filename().string().find(".part"), std::string::npos) << nByte;
+        fs::remove_all("out/flip");
+    }
+    EXPECT_EQ(TreeOf("."), "flip.arc out ");
+
+    // The archive cut short while it is being extracted: the file being written when
+    // its bytes are gone fails with 4006 and leaves nothing under its name.
+    m_Dir.WriteFile("cut.arc",
+                    ArchiveUnit({{"first", "1111"}, {"second", std::string(9000, '2')}}));
+    s_nExtracted = 0;
+    s_CutArchive = fs::absolute("cut.arc");
+    Xfs().AddCallback(CutArchiveAtSecondFile, 0);
+    // Whether the bytes are found missing when read or when written depends on how they
+    // are read.
+    std::uint32_t const ulCut = ErrorCodeOf([&] { Xfs().ExtractArchive("cut.arc", "out/"); });
+    EXPECT_TRUE(ulCut == 4006u || ulCut == 4007u) << ulCut;
+    fs::current_path(m_Dir.Path());
+    EXPECT_EQ(TreeOf("out"), "cut cut/first ");
+}
+
+TEST_F(ArchiveSafety, AllHandlesInUse)
+{
+    // Packing and unpacking need no handle of the table; opening a member does.
+    m_Dir.WriteFile("maps.arc", s_sMaps);
+    m_Dir.WriteFile("plain.txt", "p");
+    std::vector<std::uint32_t> vHandles;
+    for (int nFile = 0; nFile < 256; ++nFile)
+        vHandles.push_back(Xfs().OpenFile("plain.txt"));
+    EXPECT_EQ(ErrorOfOpen("maps\\a.txt"), 4002u);
+    EXPECT_EQ(ErrorCodeOf([&] { Xfs().CreateFile("new.txt"); }), 4001u);
+    fs::create_directories("out");
+    EXPECT_TRUE(Xfs().ExtractArchive("maps.arc", "out/"));
+    EXPECT_TRUE(Xfs().CreateArchive("again", "./out/maps"));
+    Xfs().CloseFile(vHandles[6]);
+    EXPECT_EQ(ReadAll("again\\town\\hall.dat"), "HALL");
+    for (std::uint32_t ulHandle : vHandles)
+        if (ulHandle != vHandles[6])
+            Xfs().CloseFile(ulHandle);
 }
