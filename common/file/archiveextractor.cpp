@@ -73,9 +73,6 @@ bool CExtendedFileSystem::ExtractArchive(char const * szArchive, char const * sz
     sArchiveInfo * pArchive = RegisterArchive(nullptr, szArchiveName);
     if (pArchive == nullptr)
         return false;
-    // A unit that can't be registered would leave its subtree out: all of them are
-    // registered first, so that such an archive fails before anything is written.
-    RegisterUnitsBelow(pArchive);
 
     char szTargetDirectory[PATH_BUFFER];
     char szSaved[PATH_BUFFER];
@@ -134,15 +131,19 @@ void CExtendedFileSystem::RecursiveArchiveExtract(char const * szDirectory, sArc
                 ExtractEntry(pArchive, &pArchive->m_pEntries[ulIndex], Event, Source);
         }
     }
-    // A unit that several entries of the same name and place share is written once.
+    // Entries of one name (without regard to case) lead to one registered unit, which is
+    // written once: a crafted archive repeating a name at every level would otherwise
+    // multiply the bytes written with each level. A unit that can't be registered
+    // because the table is full leaves its subtree out, as reading does; arc checks
+    // the number of units before it extracts.
     std::vector<sArchiveInfo *> vDone;
     for (std::uint32_t ulIndex = 0; ulIndex < ulCount; ++ulIndex)
     {
         sArchiveEntry const & Entry = pArchive->m_pEntries[ulIndex];
         if (Entry.m_bDirectory == 0)
             continue;
-        sArchiveInfo * pUnit = UnitOfEntry(pArchive, &Entry);
-        if (std::find(vDone.begin(), vDone.end(), pUnit) != vDone.end())
+        sArchiveInfo * pUnit = RegisterArchive(pArchive, Entry.m_szName);
+        if (pUnit != nullptr && std::find(vDone.begin(), vDone.end(), pUnit) != vDone.end())
             continue;
         vDone.push_back(pUnit);
         RecursiveArchiveExtract(Entry.m_szName, pUnit);
@@ -192,41 +193,4 @@ void CExtendedFileSystem::ExtractEntry(sArchiveInfo const * pArchive, sArchiveEn
         ThrowException(4007, __LINE__, s_szSourceFile, "Error writing to file.");
     if (!bPlaced)
         ThrowException(4005, __LINE__, s_szSourceFile, s_szCreateError);
-}
-
-CExtendedFileSystem::sArchiveInfo * CExtendedFileSystem::UnitOfEntry(sArchiveInfo * pArchive,
-                                                                     sArchiveEntry const * pEntry)
-{
-    // Looked for by place as well as by name: two entries whose names differ only in case
-    // are two units, and each is written once.
-    std::uint64_t const ullBase =
-        static_cast<std::uint64_t>(pArchive->m_ulBaseOffset) + pEntry->m_ulOffset;
-    for (sArchiveInfo * pChild = pArchive->m_pFirstChild; pChild != nullptr;
-         pChild = pChild->m_pNextSibling)
-    {
-        if (pChild->m_ulBaseOffset == ullBase &&
-            STR_stricmp(pChild->m_szName, pEntry->m_szName) == 0)
-            return pChild;
-    }
-    return RegisterNestedUnit(pArchive, pEntry, pEntry->m_szName);
-}
-
-void CExtendedFileSystem::RegisterUnitsBelow(sArchiveInfo * pArchive)
-{
-    std::uint32_t const ulCount =
-        pArchive->m_pEntries != nullptr ? pArchive->m_sHeader.m_ulEntryCount : 0;
-    std::vector<sArchiveInfo *> vDone;
-    for (std::uint32_t ulIndex = 0; ulIndex < ulCount; ++ulIndex)
-    {
-        sArchiveEntry const & Entry = pArchive->m_pEntries[ulIndex];
-        if (Entry.m_bDirectory == 0)
-            continue;
-        sArchiveInfo * pUnit = UnitOfEntry(pArchive, &Entry);
-        if (pUnit == nullptr)
-            ThrowException(4010, __LINE__, s_szSourceFile, "Could not open file.");
-        if (std::find(vDone.begin(), vDone.end(), pUnit) != vDone.end())
-            continue;
-        vDone.push_back(pUnit);
-        RegisterUnitsBelow(pUnit);
-    }
 }

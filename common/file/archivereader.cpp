@@ -268,12 +268,12 @@ CExtendedFileSystem::sArchiveInfo *
 CExtendedFileSystem::RegisterNestedUnit(sArchiveInfo * pParent, sArchiveEntry const * pEntry,
                                         char const * szName)
 {
-    // A nested unit lies between its parent's header and directory, so that every unit
+    // A nested unit starts between its parent's header and directory, so that every unit
     // starts behind its parent and none can be its own ancestor: a path then registers
-    // at most one unit per step into the file, whatever its length.
-    std::uint64_t const ullEnd = static_cast<std::uint64_t>(pEntry->m_ulOffset) + pEntry->m_ulSize;
-    if (pEntry->m_ulOffset < sizeof(sHeader) || pEntry->m_ulSize < sizeof(sHeader) ||
-        ullEnd > pParent->m_sHeader.m_ulDirectoryOffset)
+    // at most one unit per step into the file, whatever its length. The entry's size is
+    // not looked at, as reading never uses it.
+    if (pEntry->m_ulOffset < sizeof(sHeader) ||
+        pEntry->m_ulOffset >= pParent->m_sHeader.m_ulDirectoryOffset)
         ThrowException(4006, __LINE__, s_szSourceFile, "Error reading from file.");
     std::FILE * pStream = PLATFORM_OpenFile(pParent->m_szPath, "rb");
     if (pStream == nullptr)

@@ -275,11 +275,6 @@ private:
     char * FindFiles(char const * szMask, bool * pIsDirectory, std::uint64_t * pSize);
     // Archive extraction; archiveextractor.cpp.
     void RecursiveArchiveExtract(char const * szDirectory, sArchiveInfo * pArchive);
-    // The unit of the directory entry pEntry of pArchive, registered if need be; null
-    // when the table of units is full.
-    sArchiveInfo * UnitOfEntry(sArchiveInfo * pArchive, sArchiveEntry const * pEntry);
-    // Registers every unit below pArchive, before anything is written.
-    void RegisterUnitsBelow(sArchiveInfo * pArchive);
     // Writes one file; Source is the unit's archive file, opened at its first use.
     void ExtractEntry(sArchiveInfo const * pArchive, sArchiveEntry const * pEntry,
                       sArchiveFileEvent & Event, CArchiveSource & Source);
