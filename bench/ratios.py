@@ -24,6 +24,14 @@ PAIRS = [
      "at least 1.0"),
     ("archiveread_bench", "BM_ReadIntOneAtATime", "BM_FreadFourBytes",
      "a million Read(int &), against fread of 4 bytes", "at least 0.5"),
+    ("listing_bench", "BM_ListDirectoryOnDisk", "BM_ScannerOnDisk",
+     "10k-file tree on disk walked through ListDirectory, against the scanner", "-"),
+    ("listing_bench", "BM_ListDirectoryInArchive", "BM_ScannerOnDisk",
+     "10k-file tree in an archive walked through ListDirectory, against the scanner on disk",
+     "-"),
+    ("listing_bench", "BM_ListDirectoryDiskAndArchive", "BM_ScannerOnDisk",
+     "10k-file tree on disk and in an archive, merged by ListDirectory, against the scanner",
+     "-"),
 ]
 
 

@@ -1,13 +1,17 @@
 // A small engine host, start to end: it packs its data folder into an archive and
 // removes the folder, so that every later read goes through the archive; reads its
 // settings with the lexical analyser into a property manager and stores them in memory;
-// runs a few frames under the frame timer and the profiler on a simulated clock; and
-// logs to a .log file. Everything happens in a fresh folder below the system's temp.
+// lists what the data directory holds through the archive; watches the user's options
+// file and reloads it when it is saved again during the frames, which run under the
+// frame timer and the profiler on a simulated clock; and logs to a .log file.
+// Everything happens in a fresh folder below the system's temp.
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <memory>
 #include <string>
+#include <vector>
 
 #include "common/common.h"
 
@@ -90,11 +94,59 @@ void ReadProfile(CZRProfiler & Profiler, bool bPrint)
     }
 }
 
-void RunFrames(CZRProfiler & Profiler, int nFrames)
+// Prints what a directory holds, as the file system sees it across disk and archives.
+void PrintListing(CExtendedFileSystem & Files, std::string const & sDirectory, int nDepth)
+{
+    std::vector<CZRString> vFiles;
+    std::vector<CZRString> vDirectories;
+    Files.ListDirectory(sDirectory.c_str(), "*.*", vFiles, vDirectories);
+    for (CZRString const & sName : vDirectories)
+    {
+        std::printf("  %*s%s\\\n", 2 * nDepth, "", Text(sName));
+        PrintListing(Files, sDirectory + "\\" + Text(sName), nDepth + 1);
+    }
+    for (CZRString const & sName : vFiles)
+        std::printf("  %*s%s\n", 2 * nDepth, "", Text(sName));
+}
+
+// The user's options, reloaded whenever their file changes.
+struct sUserOptions
+{
+    CExtendedFileSystem & Files; // watches user.cfg
+    CZRPropertyManager Options;
+
+    void Load()
+    {
+        Options.RemoveAllProperties();
+        ReadSettings(ReadWholeFile("user.cfg"), Options);
+    }
+    // Once a frame: reloads when the file changed since the last frame.
+    void Poll(int nFrame)
+    {
+        std::vector<CZRString> vChanged;
+        if (Files.PollChanges(vChanged) == 0)
+            return;
+        Load();
+        std::printf("  frame %d: %s changed, reloaded: volume %.2f\n", nFrame, Text(vChanged[0]),
+                    static_cast<double>(Options["volume"].GetFloat()));
+    }
+};
+
+// An editor saving the options as many do: a new file, renamed over the old one.
+void SaveOptions(fs::path const & WorkDir, std::string const & sText)
+{
+    WriteFile(WorkDir / "user.cfg.new", sText);
+    fs::rename(WorkDir / "user.cfg.new", WorkDir / "user.cfg");
+}
+
+void RunFrames(CZRProfiler & Profiler, int nFrames, sUserOptions & User, fs::path const & WorkDir)
 {
     CTimer::StartMeasure();
     for (int nFrame = 0; nFrame < nFrames; ++nFrame)
     {
+        if (nFrame == 60)
+            SaveOptions(WorkDir, "volume = 0.8;\n");
+        User.Poll(nFrame);
         Profiler.Begin();
         Profiler.SampleBegin("update");
         s_ulNow += nFrame % 10 == 0 ? 12 : 4; // a slow update now and then
@@ -153,10 +205,23 @@ int RunHost(fs::path const & WorkDir)
     }
     std::printf("map: %s\n", Text(ReadWholeFile("data\\maps\\town.map").Left(10)));
 
+    // The host's own file system object lists and watches; CFileIO reads through the
+    // library's.
+    auto pFiles = std::make_unique<CExtendedFileSystem>();
+    std::printf("\ndata holds (listed through the archive):\n");
+    PrintListing(*pFiles, "data", 0);
+
+    WriteFile(WorkDir / "user.cfg", "volume = 0.5;\n");
+    sUserOptions User{*pFiles, CZRPropertyManager()};
+    User.Load();
+    pFiles->Watch("user.cfg");
+    std::printf("\nuser.cfg watched: volume %.2f\n",
+                static_cast<double>(User.Options["volume"].GetFloat()));
+
     TIME_SetClock(SimulatedClock);
     CZRProfiler Profiler;
     std::printf("\n120 frames on a simulated clock:\n");
-    RunFrames(Profiler, 120);
+    RunFrames(Profiler, 120, User, WorkDir);
     std::printf("  last frame %.2f units of 17 ms, %.1f frames per second\n",
                 static_cast<double>(CTimer::m_fDeltaMoveTime), static_cast<double>(CTimer::m_fFPS));
     TIME_SetClock(nullptr);

@@ -108,6 +108,7 @@ public:
     std::vector<sWatchedDirectory> m_vDirectories;
     std::vector<sWatchedName> m_vNames;
     std::vector<CExtendedFileSystem::sArchiveInfo *> m_vTouchedArchives;
+    bool m_bAnyChanged = false; // some name waits to be reported
 };
 
 int CFileWatch::AddDirectory(char const * szDirectory)
@@ -158,7 +159,7 @@ void CFileWatch::Touch(int nId, char const * szName)
                           (szName[0] != '\0' && !SameEntryName(szName, Name.sEntry.c_str()))))
             continue;
         if (Name.pUnit == nullptr)
-            Name.bChanged = true;
+            Name.bChanged = m_bAnyChanged = true;
         else if (std::find(m_vTouchedArchives.begin(), m_vTouchedArchives.end(), Name.pTop) ==
                  m_vTouchedArchives.end())
             m_vTouchedArchives.push_back(Name.pTop);
@@ -307,12 +308,14 @@ std::int32_t CExtendedFileSystem::PollChanges(std::vector<CZRString> & vChanged)
                 continue;
             sMemberState const State = CFileWatch::ReadMember(Name.pUnit, Name.sMember.c_str());
             if (State != Name.State)
-                Name.bChanged = true;
+                Name.bChanged = m_pWatch->m_bAnyChanged = true;
             Name.State = State;
         }
     }
     m_pWatch->m_vTouchedArchives.clear();
-
+    if (!m_pWatch->m_bAnyChanged)
+        return 0;
+    m_pWatch->m_bAnyChanged = false;
     for (sWatchedName & Name : m_pWatch->m_vNames)
     {
         if (Name.bChanged)
