@@ -101,7 +101,7 @@ void CExtendedFileSystem::RecursiveArchiveExtract(char const * szDirectory, sArc
         std::strcpy(szNewDirectory, szSaved);
         std::strcat(szNewDirectory, "\\");
         std::strncat(szNewDirectory, szDirectory, PLATFORM_MAX_FNAME - 1);
-        Notify(XFS_NOTIFY_MAKEDIR, reinterpret_cast<unsigned long>(szNewDirectory), 0);
+        Notify(XFS_NOTIFY_MAKEDIR, reinterpret_cast<ZR_ULONG_PTR>(szNewDirectory), 0);
     }
     // The top directory's name comes from the archive's file name, not from its content:
     // there only ".." would leave the target, while an empty name fails to be changed to
@@ -158,7 +158,7 @@ void CExtendedFileSystem::ExtractEntry(sArchiveInfo const * pArchive, sArchiveEn
     if (HasCallbacks())
     {
         ARCHIVE_CopyTextCut(Event.m_szFileName, sizeof(Event.m_szFileName), pEntry->m_szName);
-        Notify(XFS_NOTIFY_EXTRACTFILE, reinterpret_cast<unsigned long>(&Event), 0);
+        Notify(XFS_NOTIFY_EXTRACTFILE, reinterpret_cast<ZR_ULONG_PTR>(&Event), 0);
     }
     if (!IsSafeName(pEntry->m_szName))
         ThrowException(4005, __LINE__, s_szSourceFile, s_szCreateError);

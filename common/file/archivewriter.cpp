@@ -52,7 +52,7 @@ struct sFindData
 };
 
 // The search state of the process. s_hFind carries the platform's search; -1 is none.
-long s_hFind = -1;
+ZR_LONG_PTR s_hFind = -1;
 sFindData s_sFindData;
 char const * const s_szFindMask = "*.*";
 
@@ -61,7 +61,7 @@ char s_szArchiveFileName[PLATFORM_MAX_FNAME + PLATFORM_MAX_EXT];
 sFileIdentity s_ArchiveIdentity;
 bool s_bArchiveKnown = false;
 
-void * SearchOf(long hFind)
+void * SearchOf(ZR_LONG_PTR hFind)
 {
     return reinterpret_cast<void *>(hFind);
 }
@@ -79,7 +79,7 @@ bool NextHit(void * hSearch, sFindData & Data)
 }
 
 // _findfirst in the current directory: the search with its first hit, or -1.
-long FindFirst(char const * szMask, sFindData & Data)
+ZR_LONG_PTR FindFirst(char const * szMask, sFindData & Data)
 {
     void * hSearch = PLATFORM_OpenDirSearch("", szMask);
     if (hSearch == nullptr)
@@ -89,11 +89,11 @@ long FindFirst(char const * szMask, sFindData & Data)
         PLATFORM_CloseDirSearch(hSearch);
         return -1;
     }
-    return reinterpret_cast<long>(hSearch);
+    return reinterpret_cast<ZR_LONG_PTR>(hSearch);
 }
 
 // The end of a search releases the platform's search as well as forgetting it.
-void EndSearch(long hFind)
+void EndSearch(ZR_LONG_PTR hFind)
 {
     if (hFind != -1)
         PLATFORM_CloseDirSearch(SearchOf(hFind));
@@ -110,15 +110,15 @@ public:
     ~CSavedSearch() { EndSearch(m_hFind); }
     CSavedSearch(CSavedSearch const &) = delete;
     CSavedSearch & operator=(CSavedSearch const &) = delete;
-    long Release()
+    ZR_LONG_PTR Release()
     {
-        long const hFind = m_hFind;
+        ZR_LONG_PTR const hFind = m_hFind;
         m_hFind = -1;
         return hFind;
     }
 
 private:
-    long m_hFind;
+    ZR_LONG_PTR m_hFind;
 };
 
 // Ends whatever search an error left running when the walk is left.
@@ -402,7 +402,7 @@ std::uint32_t CExtendedFileSystem::CountUnitEntries(sArchiveFileEvent & Event)
         if (HasCallbacks())
         {
             ARCHIVE_CopyTextCut(Event.m_szFileName, sizeof(Event.m_szFileName), szName);
-            Notify(XFS_NOTIFY_FOUND, reinterpret_cast<unsigned long>(&Event), 0);
+            Notify(XFS_NOTIFY_FOUND, reinterpret_cast<ZR_ULONG_PTR>(&Event), 0);
         }
         ++ulCount;
     }
@@ -449,7 +449,7 @@ void CExtendedFileSystem::PackUnitFiles(std::FILE * pStream, std::uint64_t ullSt
         if (HasCallbacks())
         {
             ARCHIVE_CopyTextCut(Event.m_szFileName, sizeof(Event.m_szFileName), szName);
-            Notify(XFS_NOTIFY_ADDFILE, reinterpret_cast<unsigned long>(&Event), 0);
+            Notify(XFS_NOTIFY_ADDFILE, reinterpret_cast<ZR_ULONG_PTR>(&Event), 0);
         }
         if (ulSize > 0 && WriteData(Data, ulSize, pStream) != ulSize)
             ThrowException(4007, __LINE__, s_szSourceFile, s_szWriteError);

@@ -429,7 +429,7 @@ std::uint32_t CExtendedFileSystem::GetFileSize(std::uint32_t ulHandle) const
     return GetOpenFile(ulHandle, s_szInvalidHandle)->m_ulFileSize;
 }
 
-void CExtendedFileSystem::AddCallback(pfnCallback pfnFunction, unsigned long ulUserData)
+void CExtendedFileSystem::AddCallback(pfnCallback pfnFunction, ZR_ULONG_PTR ulUserData)
 {
     if (pfnFunction != nullptr)
         m_vCallbacks.push_back(sCallback{pfnFunction, ulUserData});
@@ -459,7 +459,7 @@ bool CExtendedFileSystem::HasCallbacks() const
     return GetCallbackCount() >= 1;
 }
 
-void CExtendedFileSystem::Notify(int nCode, unsigned long ulArg1, unsigned long ulArg2)
+void CExtendedFileSystem::Notify(int nCode, ZR_ULONG_PTR ulArg1, ZR_ULONG_PTR ulArg2)
 {
     // The count is read anew at each step: a callback may add or remove callbacks.
     for (std::size_t nIndex = 0; nIndex < m_vCallbacks.size(); ++nIndex)

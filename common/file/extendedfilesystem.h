@@ -44,7 +44,7 @@ class COMMON_API CExtendedFileSystem
 {
 public:
     // Event code, two arguments and the user data given to AddCallback.
-    typedef void (*pfnCallback)(int, unsigned long, unsigned long, unsigned long);
+    typedef void (*pfnCallback)(int, ZR_ULONG_PTR, ZR_ULONG_PTR, ZR_ULONG_PTR);
 
     // One open file; the slot is free while m_pFile is null.
     struct sFileInfo
@@ -58,7 +58,7 @@ public:
     struct sCallback
     {
         pfnCallback m_pfnCallback;
-        unsigned long m_ulUserData;
+        ZR_ULONG_PTR m_ulUserData;
     };
 
     // What events 1, 2 and 4 point to.
@@ -171,7 +171,7 @@ public:
     bool FileExists(char const * szName) const;
 
     // A null function is ignored; the same function may stand several times.
-    void AddCallback(pfnCallback pfnFunction, unsigned long ulUserData);
+    void AddCallback(pfnCallback pfnFunction, ZR_ULONG_PTR ulUserData);
     // Removes the first record with this function.
     void RemoveCallback(pfnCallback pfnFunction);
     std::int32_t GetCallbackCount() const;
@@ -228,7 +228,7 @@ private:
     sFileInfo * GetOpenFile(std::uint32_t ulHandle, char const * szError) const;
     [[noreturn]] void ThrowException(std::uint32_t ulCode, std::uint32_t ulLine,
                                      char const * szFile, char const * szError) const;
-    void Notify(int nCode, unsigned long ulArg1, unsigned long ulArg2);
+    void Notify(int nCode, ZR_ULONG_PTR ulArg1, ZR_ULONG_PTR ulArg2);
     // The position check: logs "VERIFY_FILEPOS failure" when the stream disagrees.
     void VerifyFilePos(sFileInfo const * pFileInfo) const;
     // Puts the stream back where the file's position says; false when that fails.

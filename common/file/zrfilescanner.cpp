@@ -50,7 +50,7 @@ struct sScanThreadParams
 {
     CZREvent * m_pStartEvent;
     pfnScanCallback m_pfnCallback;
-    unsigned long m_ulUserData;
+    ZR_ULONG_PTR m_ulUserData;
     bool m_bIncludeSubDirs;
     std::vector<CZRString> m_vDirectories;
     std::vector<CZRString> m_vMasks;
@@ -92,7 +92,7 @@ void ListSubDirectories(CZRString const & sDirectory, std::vector<CZRString> & v
 
 void ScanDirectory(CZRString const & sDirectory, CZRString const & sSubDirectory,
                    CZRString const & sMask, bool bIncludeSubDirs, pfnScanCallback pfnCallback,
-                   unsigned long ulUser)
+                   ZR_ULONG_PTR ulUser)
 {
     sFileData FileData;
     FileData.m_sDirectory = sDirectory;
@@ -155,7 +155,7 @@ void CountDirectory(CZRString const & sDirectory, int * pFiles, int * pFolders,
 }
 
 void ScanList(std::vector<CZRString> const & vDirectories, std::vector<CZRString> const & vMasks,
-              bool bIncludeSubDirs, pfnScanCallback pfnCallback, unsigned long ulUser)
+              bool bIncludeSubDirs, pfnScanCallback pfnCallback, ZR_ULONG_PTR ulUser)
 {
     for (size_t nIndex = 0; nIndex < vDirectories.size(); ++nIndex)
         ScanDirectory(vDirectories[nIndex], CZRString(), vMasks[nIndex], bIncludeSubDirs,
@@ -198,13 +198,13 @@ void CZRFileScanner::AddScanDirectory(CZRString const & sDirectory, CZRString co
     m_vMasks.push_back(sMask);
 }
 
-void CZRFileScanner::Run(pfnScanCallback pfnCallback, unsigned long ulUser)
+void CZRFileScanner::Run(pfnScanCallback pfnCallback, ZR_ULONG_PTR ulUser)
 {
     CRunningScan const Running;
     ScanList(m_vDirectories, m_vMasks, m_bIncludeSubDirs, pfnCallback, ulUser);
 }
 
-void CZRFileScanner::RunThread(pfnScanCallback pfnCallback, unsigned long ulUser,
+void CZRFileScanner::RunThread(pfnScanCallback pfnCallback, ZR_ULONG_PTR ulUser,
                                CZREvent * pStartEvent)
 {
     sScanThreadParams * const pParams = new sScanThreadParams{

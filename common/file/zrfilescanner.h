@@ -39,7 +39,7 @@ struct sFileData
 };
 
 // The user value is handed through untouched; it may carry a pointer.
-typedef void (*pfnScanCallback)(eScannerMode mode, sFileData * data, unsigned long user);
+typedef void (*pfnScanCallback)(eScannerMode mode, sFileData * data, ZR_ULONG_PTR user);
 
 class COMMON_API CZRFileScanner
 {
@@ -52,12 +52,12 @@ public:
     // Adds a directory with its mask; nothing is checked, repeats are allowed.
     void AddScanDirectory(CZRString const & sDirectory, CZRString const & sMask);
     // Scans on this thread; the callback hears SCAN_FILE only.
-    void Run(pfnScanCallback pfnCallback, unsigned long ulUser);
+    void Run(pfnScanCallback pfnCallback, ZR_ULONG_PTR ulUser);
     // Starts a scan of a snapshot of the lists on a new detached thread and returns at
     // once. The worker first waits for pStartEvent when it is not null, then reports
     // SCAN_STARTED, the files, and SCAN_FINISHED or SCAN_STOPPED. A thread that cannot
     // be made is not reported.
-    void RunThread(pfnScanCallback pfnCallback, unsigned long ulUser, CZREvent * pStartEvent);
+    void RunThread(pfnScanCallback pfnCallback, ZR_ULONG_PTR ulUser, CZREvent * pStartEvent);
     // Sets the process-wide stop flag and returns at once; see above for its life.
     static void StopThread();
     // Counts the files matching sMask and the folders below every scan directory,

@@ -6,6 +6,19 @@
 #include <cstddef>
 #include <cstdio>
 
+// The run-time library of Windows that mingw-w64 links has no unlocked forms.
+#if defined(_WIN32)
+inline std::size_t PLATFORM_ReadStream(void * pBuffer, std::size_t nSize, std::FILE * pStream)
+{
+    return std::fread(pBuffer, 1, nSize, pStream);
+}
+
+inline std::size_t PLATFORM_WriteStream(void const * pBuffer, std::size_t nSize,
+                                        std::FILE * pStream)
+{
+    return std::fwrite(pBuffer, 1, nSize, pStream);
+}
+#else
 inline std::size_t PLATFORM_ReadStream(void * pBuffer, std::size_t nSize, std::FILE * pStream)
 {
     return ::fread_unlocked(pBuffer, 1, nSize, pStream);
@@ -16,6 +29,7 @@ inline std::size_t PLATFORM_WriteStream(void const * pBuffer, std::size_t nSize,
 {
     return ::fwrite_unlocked(pBuffer, 1, nSize, pStream);
 }
+#endif
 
 // Writes nSize bytes at the stream's position past its buffer: what the buffer holds is
 // written first, then the bytes in system calls of their own, never touched here, so a

@@ -106,27 +106,29 @@ CZRProperty const & CZRPropertyManager::operator[](char const * szName) const
     return FindProperty(CZRString(szName));
 }
 
-bool CZRPropertyManager::GetFirstProperty(CZRString & sName, CZRProperty & prop, long & lPos) const
+bool CZRPropertyManager::GetFirstProperty(CZRString & sName, CZRProperty & prop,
+                                          ZR_LONG_PTR & lPos) const
 {
     PropertyMap::const_iterator const Entry = m_Properties.begin();
     if (Entry == m_Properties.end())
         return false;
     // The cursor is the address of the entry's pair in the map: it stays good while the
     // entry does, whatever else comes and goes, and a long holds an address here.
-    lPos = reinterpret_cast<long>(&*Entry);
+    lPos = reinterpret_cast<ZR_LONG_PTR>(&*Entry);
     sName = Entry->first;
     prop = Entry->second;
     return true;
 }
 
-bool CZRPropertyManager::GetNextProperty(CZRString & sName, CZRProperty & prop, long & lPos) const
+bool CZRPropertyManager::GetNextProperty(CZRString & sName, CZRProperty & prop,
+                                         ZR_LONG_PTR & lPos) const
 {
     PropertyMap::value_type const * pCurrent =
         reinterpret_cast<PropertyMap::value_type const *>(lPos);
     PropertyMap::const_iterator const Entry = m_Properties.upper_bound(pCurrent->first);
     if (Entry == m_Properties.end())
         return false;
-    lPos = reinterpret_cast<long>(&*Entry);
+    lPos = reinterpret_cast<ZR_LONG_PTR>(&*Entry);
     sName = Entry->first;
     prop = Entry->second;
     return true;

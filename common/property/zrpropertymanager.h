@@ -49,8 +49,8 @@ public:
     // The walk in key order. lPos is an opaque cursor to hand back; false when there is
     // no entry, with name, value and cursor unchanged. The entry under the cursor must
     // stay while the walk goes on; others may come and go.
-    bool GetFirstProperty(CZRString & sName, CZRProperty & prop, long & lPos) const;
-    bool GetNextProperty(CZRString & sName, CZRProperty & prop, long & lPos) const;
+    bool GetFirstProperty(CZRString & sName, CZRProperty & prop, ZR_LONG_PTR & lPos) const;
+    bool GetNextProperty(CZRString & sName, CZRProperty & prop, ZR_LONG_PTR & lPos) const;
 
     // pFile must not be null. Read merges: names the stream doesn't hold stay, and those
     // it holds take its values; entries read before a false stay too.

@@ -29,7 +29,7 @@ CProgress::CProgress(bool bEnabled, char const * szVerb) : m_bEnabled(bEnabled),
 void CProgress::Attach(CExtendedFileSystem & FileSystem)
 {
     if (m_bEnabled)
-        FileSystem.AddCallback(OnEvent, reinterpret_cast<unsigned long>(this));
+        FileSystem.AddCallback(OnEvent, reinterpret_cast<ZR_ULONG_PTR>(this));
 }
 
 void CProgress::SetTotal(std::uint64_t ullTotal)
@@ -37,7 +37,7 @@ void CProgress::SetTotal(std::uint64_t ullTotal)
     m_ullTotal = ullTotal;
 }
 
-void CProgress::OnEvent(int nCode, unsigned long ulArg1, unsigned long, unsigned long ulUser)
+void CProgress::OnEvent(int nCode, ZR_ULONG_PTR ulArg1, ZR_ULONG_PTR, ZR_ULONG_PTR ulUser)
 {
     CProgress * pThis = reinterpret_cast<CProgress *>(ulUser);
     if (nCode == XFS_NOTIFY_FOUND)

@@ -8,6 +8,8 @@
 #include <cstdint>
 #include <string>
 
+#include "common/kernel/api.h"
+
 class CExtendedFileSystem;
 
 class CProgress
@@ -24,8 +26,7 @@ public:
     void Finish();
 
 private:
-    static void OnEvent(int nCode, unsigned long ulArg1, unsigned long ulArg2,
-                        unsigned long ulUser);
+    static void OnEvent(int nCode, ZR_ULONG_PTR ulArg1, ZR_ULONG_PTR ulArg2, ZR_ULONG_PTR ulUser);
     void Draw();
 
     bool m_bEnabled;
