@@ -2,8 +2,10 @@
 
 #include <atomic>
 
-#include <mmsystem.h>
 #include <windows.h>
+
+// After windows.h, whose types it uses.
+#include <mmsystem.h>
 
 namespace
 {

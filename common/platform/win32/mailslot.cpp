@@ -3,8 +3,10 @@
 // broadcast, which Windows opens without a server. Where the system cannot open a
 // broadcast name (wine), the client sends to the local slot of the same NAME instead,
 // opening it when a send finds it closed; a send that finds no server is dropped.
+// Windows keeps no bound on a slot's queue, so a send never finds it full.
 #include "common/platform/mailslot.h"
 
+#include <atomic>
 #include <cstring>
 #include <new>
 #include <string>
@@ -20,7 +22,9 @@ constexpr std::size_t MAX_NAME = 95;
 
 struct sMailSlotEndpoint
 {
-    HANDLE m_hSlot; // INVALID_HANDLE_VALUE for a local broadcast that found no server
+    std::atomic<int> m_nShares; // handles on this endpoint; freed with the last
+    HANDLE m_hSlot;             // INVALID_HANDLE_VALUE for a local broadcast that found no server
+    std::uint32_t m_ulLost;     // client: messages not delivered
     bool m_bServer;
     bool m_bBroadcast;
     bool m_bLocalBroadcast; // sends to m_sLocalName, opened on demand
@@ -92,7 +96,9 @@ void * NewEndpoint(HANDLE hSlot, bool bServer, bool bBroadcast, bool bLocalBroad
             ::CloseHandle(hSlot);
         return PLATFORM_INVALID_MAILSLOT;
     }
+    pEndpoint->m_nShares = 1;
     pEndpoint->m_hSlot = hSlot;
+    pEndpoint->m_ulLost = 0;
     pEndpoint->m_bServer = bServer;
     pEndpoint->m_bBroadcast = bBroadcast;
     pEndpoint->m_bLocalBroadcast = bLocalBroadcast;
@@ -100,15 +106,25 @@ void * NewEndpoint(HANDLE hSlot, bool bServer, bool bBroadcast, bool bLocalBroad
     return pEndpoint;
 }
 
+void CountLost(sMailSlotEndpoint & Endpoint)
+{
+    if (Endpoint.m_ulLost < 0xFFFFFFFFu)
+        ++Endpoint.m_ulLost;
+}
+
 bool SendLocalBroadcast(sMailSlotEndpoint & Endpoint, void const * pData, std::uint32_t ulSize)
 {
     if (Endpoint.m_hSlot == INVALID_HANDLE_VALUE)
         Endpoint.m_hSlot = OpenForWriting(Endpoint.m_sLocalName.c_str());
     if (Endpoint.m_hSlot == INVALID_HANDLE_VALUE)
+    {
+        CountLost(Endpoint);
         return true;
+    }
     DWORD dwWritten = 0;
     if (!::WriteFile(Endpoint.m_hSlot, pData, ulSize, &dwWritten, nullptr))
     {
+        CountLost(Endpoint);
         // The server went away: this message is lost, the next send looks again.
         ::CloseHandle(Endpoint.m_hSlot);
         Endpoint.m_hSlot = INVALID_HANDLE_VALUE;
@@ -159,6 +175,7 @@ bool PLATFORM_WriteMailSlot(void * hSlot, void const * pData, std::uint32_t ulSi
         return false;
     if (ulSize > PLATFORM_MAILSLOT_MAX_MESSAGE)
     {
+        CountLost(*pEndpoint);
         if (!pEndpoint->m_bBroadcast)
             return false;
         ulWritten = ulSize;
@@ -173,6 +190,7 @@ bool PLATFORM_WriteMailSlot(void * hSlot, void const * pData, std::uint32_t ulSi
     DWORD dwWritten = 0;
     if (!::WriteFile(pEndpoint->m_hSlot, pData, ulSize, &dwWritten, nullptr))
     {
+        CountLost(*pEndpoint);
         // A broadcast that nobody takes is lost and still counts as sent.
         if (!pEndpoint->m_bBroadcast)
             return false;
@@ -251,11 +269,36 @@ bool PLATFORM_WaitForMailSlot(void * hSlot, std::uint32_t ulTimeout)
     }
 }
 
+// Windows does not tell a mailslot server who sent a message.
+bool PLATFORM_GetMailSlotSender(void *, sMailSlotSender & Sender)
+{
+    Sender = sMailSlotSender{false, 0, 0};
+    return false;
+}
+
+// A Windows sender has no way to tell the server what it lost, so a server counts 0.
+std::uint32_t PLATFORM_GetMailSlotLost(void * hSlot)
+{
+    sMailSlotEndpoint const * pEndpoint = Endpoint(hSlot);
+    return pEndpoint != nullptr ? pEndpoint->m_ulLost : 0;
+}
+
+void * PLATFORM_ShareMailSlot(void * hSlot)
+{
+    sMailSlotEndpoint * pEndpoint = Endpoint(hSlot);
+    if (pEndpoint == nullptr)
+        return PLATFORM_INVALID_MAILSLOT;
+    pEndpoint->m_nShares.fetch_add(1);
+    return pEndpoint;
+}
+
 bool PLATFORM_CloseMailSlot(void * hSlot)
 {
     sMailSlotEndpoint * pEndpoint = Endpoint(hSlot);
     if (pEndpoint == nullptr)
         return false;
+    if (pEndpoint->m_nShares.fetch_sub(1) != 1)
+        return true;
     if (pEndpoint->m_hSlot != INVALID_HANDLE_VALUE)
         ::CloseHandle(pEndpoint->m_hSlot);
     delete pEndpoint;
