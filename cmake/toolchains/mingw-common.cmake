@@ -17,3 +17,7 @@ set(CMAKE_CROSSCOMPILING_EMULATOR wine)
 
 # Header-only CLI11 from the Linux tree, through a package file of the repository.
 set(CLI11_DIR ${CMAKE_CURRENT_LIST_DIR}/../windows/CLI11 CACHE PATH "CLI11 for the cross build")
+
+# pkg-config looks at the target's libraries only, never at those of the Linux host.
+set(ENV{PKG_CONFIG_LIBDIR} /usr/${COMMON_MINGW_TRIPLE}/lib/pkgconfig)
+set(ENV{PKG_CONFIG_PATH} "")
