@@ -1,4 +1,4 @@
-// Open, read and close of 1000 small (4 KB) files: as members of one .arc archive
+// Open, read and close of 1000 small (1 KB) files: as members of one .arc archive
 // through CFileIO, as plain files on disk through fopen and through CFileIO, and
 // through PhysicsFS from a store-only zip of the same files (made with the zip tool).
 // Run ratios.py for the ratios.
@@ -17,7 +17,7 @@
 namespace
 {
 constexpr int FILE_COUNT = 1000;
-constexpr std::size_t FILE_SIZE = 4096;
+constexpr std::size_t FILE_SIZE = 1024;
 
 std::string FileName(int nIndex)
 {

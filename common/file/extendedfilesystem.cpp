@@ -7,16 +7,13 @@
 #include "common/kernel/memory.h"
 #include "common/kernel/text.h"
 #include "common/log/zrlog.h"
-#include "common/platform/fileopen.h"
-#include "common/platform/streamio.h"
+#include "common/platform/filestream.h"
 
 static char const s_szSourceFile[] = "common/file/extendedfilesystem";
 
 namespace
 {
 constexpr std::uint32_t FILE_SLOTS = 256;
-// A small file or archive member is one read; larger reads go past the buffer anyway.
-constexpr std::uint32_t STREAM_BUFFER_SIZE = 4096;
 
 char const s_szInvalidHandle[] = "Invalid file handle.";
 char const s_szSeekError[] = "Error trying to set the file pointer.";
@@ -194,7 +191,7 @@ std::uint32_t CExtendedFileSystem::CreateFile(char const * szPath)
     sFileInfo * pFileInfo = AllocFileInfo();
     if (pFileInfo == nullptr)
         ThrowException(4001, __LINE__, s_szSourceFile, "Too many open files.");
-    std::FILE * pFile = PLATFORM_OpenFile(szPath, "wb");
+    std::FILE * pFile = PLATFORM_OpenStreamToWrite(szPath, "wb", SlotBlock(pFileInfo));
     if (pFile == nullptr)
         ThrowException(4005, __LINE__, s_szSourceFile, "Could not create file for writing.");
     pFileInfo->m_pFile = pFile;
@@ -211,7 +208,7 @@ std::uint32_t CExtendedFileSystem::AppendFile(char const * szPath)
     sFileInfo * pFileInfo = AllocFileInfo();
     if (pFileInfo == nullptr)
         ThrowException(4001, __LINE__, s_szSourceFile, "Too many open files.");
-    std::FILE * pFile = PLATFORM_OpenFile(szPath, "ab");
+    std::FILE * pFile = PLATFORM_OpenStreamToWrite(szPath, "ab", nullptr);
     if (pFile == nullptr)
         ThrowException(4015, __LINE__, s_szSourceFile, "Could not open file for appending.");
     std::fseek(pFile, 0, SEEK_END);
@@ -241,7 +238,8 @@ bool CExtendedFileSystem::ReadFile(std::uint32_t ulHandle, void * pBuffer, std::
         return false;
     std::uint32_t const ulRemaining = pFileInfo->m_ulFileSize - pFileInfo->m_ulPosition;
     std::uint32_t const ulCount = ulSize < ulRemaining ? ulSize : ulRemaining;
-    if (PLATFORM_ReadStream(pBuffer, ulCount, pFileInfo->m_pFile) != ulCount)
+    if (PLATFORM_ReadFileStream(pBuffer, ulCount, pFileInfo->m_pFile, StreamBlock(pFileInfo)) !=
+        ulCount)
     {
         if (!ReSeek(pFileInfo))
             Log(__LINE__, "ReadFile Error: Could not re-seek");
@@ -308,7 +306,7 @@ bool CExtendedFileSystem::WriteFile(std::uint32_t ulHandle, void const * pBuffer
     if (ulSize == 0)
         return true;
     sFileInfo * pFileInfo = GetOpenFile(ulHandle, s_szInvalidHandle);
-    if (PLATFORM_WriteStream(pBuffer, ulSize, pFileInfo->m_pFile) != ulSize)
+    if (PLATFORM_WriteFileStream(pBuffer, ulSize, pFileInfo->m_pFile) != ulSize)
     {
         if (!ReSeek(pFileInfo))
             Log(__LINE__, "WriteFile Error: Could not re-seek");
@@ -528,11 +526,22 @@ void CExtendedFileSystem::Log(int nLine, char const * szMessage) const
 std::FILE * CExtendedFileSystem::OpenSlotStream(sFileInfo const * pFileInfo, char const * szPath,
                                                 std::uint32_t ulOffset, std::uint64_t * pullSize)
 {
-    // Without a buffer of its own (none could be had) the stream makes one.
-    char *& pBuffer = m_apStreamBuffers[pFileInfo - m_aFileInfo];
-    if (pBuffer == nullptr)
-        pBuffer = static_cast<char *>(MEM_Alloc(STREAM_BUFFER_SIZE));
-    return PLATFORM_OpenFileToRead(szPath, ulOffset, pBuffer, STREAM_BUFFER_SIZE, pullSize);
+    return PLATFORM_OpenStreamToRead(szPath, ulOffset, SlotBlock(pFileInfo), pullSize);
+}
+
+char * CExtendedFileSystem::SlotBlock(sFileInfo const * pFileInfo)
+{
+    // Without a block of its own (none could be had) the stream makes its buffer itself.
+    char *& pBlock = m_apStreamBuffers[pFileInfo - m_aFileInfo];
+    if (pBlock == nullptr)
+        pBlock =
+            static_cast<char *>(MEM_Alloc(static_cast<std::uint32_t>(PLATFORM_STREAM_BLOCK_SIZE)));
+    return pBlock;
+}
+
+char * CExtendedFileSystem::StreamBlock(sFileInfo const * pFileInfo) const
+{
+    return m_apStreamBuffers[pFileInfo - m_aFileInfo];
 }
 
 void CExtendedFileSystem::AdoptStreamBuffers(CExtendedFileSystem const & Other)
@@ -560,7 +569,7 @@ void CExtendedFileSystem::FreeStreamBuffers()
 
 void CExtendedFileSystem::VerifyFilePos(sFileInfo const * pFileInfo) const
 {
-    long const lStream = std::ftell(pFileInfo->m_pFile);
+    long const lStream = PLATFORM_TellFileStream(pFileInfo->m_pFile, StreamBlock(pFileInfo));
     if (lStream - static_cast<long>(pFileInfo->m_ulBaseOffset) !=
         static_cast<long>(pFileInfo->m_ulPosition))
         Log(__LINE__, "VERIFY_FILEPOS failure");

@@ -237,11 +237,15 @@ private:
     void AfterWrite(sFileInfo * pFileInfo, std::uint32_t ulWritten);
     void Log(int nLine, char const * szMessage) const;
     // Opens szPath for reading, standing at ulOffset, as the stream of the slot: it reads
-    // through the slot's own buffer, made at the slot's first use and kept for the
+    // through the slot's own stream block, made at the slot's first use and kept for the
     // streams that follow. Gives the file's size; null when it can't be opened.
     std::FILE * OpenSlotStream(sFileInfo const * pFileInfo, char const * szPath,
                                std::uint32_t ulOffset, std::uint64_t * pullSize);
-    // Frees the buffers of closed slots; those of open ones go on with their streams.
+    // The slot's stream block, made at its first use; null when none could be had.
+    char * SlotBlock(sFileInfo const * pFileInfo);
+    // The slot's stream block as it is, null before the slot's first stream.
+    char * StreamBlock(sFileInfo const * pFileInfo) const;
+    // Frees the blocks of closed slots; those of open ones go on with their streams.
     void FreeStreamBuffers();
     void AdoptStreamBuffers(CExtendedFileSystem const & Other);
 
@@ -297,7 +301,7 @@ private:
     sArchiveInfo m_aArchives[256];       // records in the order of registration
     bool m_bSetup;                       // only serves CFileIO's set-up on demand
     std::vector<sCallback> m_vCallbacks; // in the order they were added
-    char * m_apStreamBuffers[256];       // per slot, see OpenSlotStream
+    char * m_apStreamBuffers[256];       // per slot stream blocks, see OpenSlotStream
     CFileWatch * m_pWatch;               // the watched names; null until the first Watch
 
     // Units registered by all instances together; only grows, at most 256.

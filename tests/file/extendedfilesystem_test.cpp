@@ -1,8 +1,10 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <memory>
 #include <string>
 
+#include "archivebuilder.h"
 #include "common/file/extendedfilesystem.h"
 #include "workdir.h"
 
@@ -131,6 +133,82 @@ TEST_F(ExtendedFileSystem, WritesGrowTheFileAndOverwriteInside)
     char acBuffer[2] = {};
     EXPECT_TRUE(Xfs().ReadFile(ulTen, acBuffer, 2));
     EXPECT_EQ(std::string(acBuffer, 2), "45");
+}
+
+// Reads of every size, small ones served by the stream's buffer and large ones past it,
+// mixed with seeks, on a file and on an archive member lying between other bytes: each
+// gives the bytes of the file, Tell counts them, and the position check never logs.
+TEST_F(ExtendedFileSystem, ReadsOfEverySizeAndSeeksAgreeWithTheBytes)
+{
+    std::string sData(20000, '\0');
+    for (std::size_t nIndex = 0; nIndex < sData.size(); ++nIndex)
+        sData[nIndex] = static_cast<char>(nIndex * 7 + nIndex / 251);
+    m_Dir.WriteFile("data.bin", sData);
+    m_Dir.WriteFile("pack.arc",
+                    ArchiveUnit({{"before", "0123"}, {"data.bin", sData}, {"after", "x"}}));
+    struct sStep
+    {
+        std::uint32_t m_ulSeek; // 0xFFFFFFFF: no seek before the read
+        std::uint32_t m_ulSize;
+    };
+    sStep const aSteps[] = {{0xFFFFFFFF, 1},    {0xFFFFFFFF, 4095}, {0xFFFFFFFF, 4096},
+                            {0xFFFFFFFF, 3},    {0xFFFFFFFF, 5000}, {100, 2},
+                            {0xFFFFFFFF, 8192}, {19990, 4096},      {5, 4100},
+                            {0xFFFFFFFF, 7},    {4096, 1},          {0xFFFFFFFF, 4096}};
+    for (char const * szName : {"data.bin", "pack\\data.bin"})
+    {
+        SCOPED_TRACE(szName);
+        testing::internal::CaptureStderr();
+        std::uint32_t const ulHandle = Xfs().OpenFile(szName);
+        std::uint32_t ulPosition = 0;
+        for (sStep const & Step : aSteps)
+        {
+            if (Step.m_ulSeek != 0xFFFFFFFF)
+            {
+                Xfs().Seek(ulHandle, Step.m_ulSeek);
+                ulPosition = Step.m_ulSeek;
+            }
+            std::string sRead(Step.m_ulSize, '\0');
+            ASSERT_TRUE(Xfs().ReadFile(ulHandle, sRead.data(), Step.m_ulSize));
+            std::uint32_t const ulCount =
+                std::min<std::uint32_t>(Step.m_ulSize, 20000 - ulPosition);
+            EXPECT_EQ(sRead.substr(0, ulCount), sData.substr(ulPosition, ulCount));
+            ulPosition += ulCount;
+            EXPECT_EQ(Xfs().Tell(ulHandle), ulPosition);
+        }
+        Xfs().CloseFile(ulHandle);
+        EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+    }
+}
+
+// Writes of every size with seeks back over what was written: the file holds what a
+// model of it holds, and the position check never logs.
+TEST_F(ExtendedFileSystem, WritesOfEverySizeAndSeeksAgreeWithTheBytes)
+{
+    std::string sModel;
+    testing::internal::CaptureStderr();
+    std::uint32_t const ulHandle = Xfs().CreateFile("out.bin");
+    std::uint32_t ulPosition = 0;
+    std::uint32_t const aSizes[] = {4, 1, 4095, 4096, 3, 9000, 2, 4097, 5};
+    for (std::uint32_t ulSize : aSizes)
+    {
+        std::string const sPiece(ulSize, static_cast<char>('a' + ulSize % 26));
+        ASSERT_TRUE(Xfs().WriteFile(ulHandle, sPiece.data(), ulSize));
+        sModel.replace(ulPosition, std::min<std::size_t>(ulSize, sModel.size() - ulPosition),
+                       sPiece);
+        ulPosition += ulSize;
+        EXPECT_EQ(Xfs().Tell(ulHandle), ulPosition);
+        // Every other piece steps back over part of itself, so the next overwrites it.
+        if (ulSize % 2 == 1)
+        {
+            ulPosition -= ulSize / 2;
+            Xfs().Seek(ulHandle, ulPosition);
+        }
+    }
+    EXPECT_EQ(Xfs().GetFileSize(ulHandle), sModel.size());
+    Xfs().CloseFile(ulHandle);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+    EXPECT_EQ(m_Dir.ReadFile("out.bin"), sModel);
 }
 
 TEST_F(ExtendedFileSystem, AppendStartsAtTheEndAndThePositionCheckLogs)
