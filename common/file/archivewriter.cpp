@@ -265,7 +265,7 @@ public:
     CArchiveForget & operator=(CArchiveForget const &) = delete;
 };
 
-void Report(CExtendedFileSystem::pfnSurveyCallback pfnCallback, unsigned long ulUserData, int nKind,
+void Report(CExtendedFileSystem::pfnSurveyCallback pfnCallback, ZR_ULONG_PTR ulUserData, int nKind,
             char const * szName, std::uint64_t ullSize = 0)
 {
     CExtendedFileSystem::sSurveyEntry const Entry{nKind, szName, ullSize};
@@ -518,7 +518,7 @@ void CExtendedFileSystem::FinishUnit(std::FILE * pStream, std::uint64_t ullStart
 }
 
 void CExtendedFileSystem::SurveyArchive(char const * szArchive, char const * szSource,
-                                        pfnSurveyCallback pfnCallback, unsigned long ulUserData)
+                                        pfnSurveyCallback pfnCallback, ZR_ULONG_PTR ulUserData)
 {
     char szArchiveName[PATH_BUFFER];
     if (!ArchiveNameOf(szArchive, szArchiveName))
@@ -543,7 +543,7 @@ void CExtendedFileSystem::SurveyArchive(char const * szArchive, char const * szS
 
 void CExtendedFileSystem::RecursiveArchiveSurvey(char const * szDirectory,
                                                  pfnSurveyCallback pfnCallback,
-                                                 unsigned long ulUserData)
+                                                 ZR_ULONG_PTR ulUserData)
 {
     char szName[PLATFORM_MAX_FNAME];
     ARCHIVE_CopyTextCut(szName, sizeof(szName), szDirectory);

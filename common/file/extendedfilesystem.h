@@ -109,7 +109,7 @@ public:
         char const * m_szName;   // without a path; for SURVEY_END the directory's
         std::uint64_t m_ullSize; // a file's full size, 0 for the others
     };
-    typedef void (*pfnSurveyCallback)(sSurveyEntry const &, unsigned long);
+    typedef void (*pfnSurveyCallback)(sSurveyEntry const &, ZR_ULONG_PTR);
 
     CExtendedFileSystem();
     // Copies member by member; the archive records get directories of their own.
@@ -189,7 +189,7 @@ public:
     // would hold is reported to pfnCallback, in packing order, with ulUserData. Raises
     // what CreateArchive raises before its walk, and 4016 when it can't get back.
     void SurveyArchive(char const * szArchive, char const * szSource, pfnSurveyCallback pfnCallback,
-                       unsigned long ulUserData);
+                       ZR_ULONG_PTR ulUserData);
 
     // Lists what OpenFile could open under szDirectory (backslash-separated, "" for the
     // top): names on disk, in the archives the walk reaches and under each root, merged
@@ -272,7 +272,7 @@ private:
     void FinishUnit(std::FILE * pStream, std::uint64_t ullStart, sHeader & Header,
                     std::vector<sArchiveEntry> const & vEntries);
     void RecursiveArchiveSurvey(char const * szDirectory, pfnSurveyCallback pfnCallback,
-                                unsigned long ulUserData);
+                                ZR_ULONG_PTR ulUserData);
     // Starts a search with szMask, or goes on with the running one when it is null; the
     // name of the hit, valid until the next step, or null at the end. The size is the
     // file's full size, so that files of 4 GiB or more are seen as such.

@@ -488,7 +488,7 @@ TEST_F(ArchiveWriter, ADirectoryWithoutPermissionEndsThePackWithoutACrash)
 
 namespace
 {
-void RecordSurvey(CExtendedFileSystem::sSurveyEntry const & Entry, unsigned long ulUser)
+void RecordSurvey(CExtendedFileSystem::sSurveyEntry const & Entry, ZR_ULONG_PTR ulUser)
 {
     char const * const aszKinds[] = {"", "D ", "F ", "E ", "not entered ", "too deep "};
     std::string & sTranscript = *reinterpret_cast<std::string *>(ulUser);
@@ -529,7 +529,7 @@ TEST_F(ArchiveWriter, TheSurveySeesWhatThePackHoldsInItsOrder)
 
     std::string sSurvey;
     Xfs().SurveyArchive("tree/tree", "./tree", RecordSurvey,
-                        reinterpret_cast<unsigned long>(&sSurvey));
+                        reinterpret_cast<ZR_ULONG_PTR>(&sSurvey));
     EXPECT_EQ(Cwd(), m_Dir.Path().string());
     ASSERT_TRUE(Xfs().CreateArchive("tree/tree", "./tree"));
     EXPECT_EQ(sSurvey, TranscriptOf(m_Dir.ReadFile("tree/tree.arc"), 0, "tree"));
@@ -539,7 +539,7 @@ TEST_F(ArchiveWriter, TheSurveySeesWhatThePackHoldsInItsOrder)
     fs::create_directories("odd/a\\b");
     m_Dir.WriteFile("odd/z/z.txt", "z");
     sSurvey.clear();
-    Xfs().SurveyArchive("odd", "./odd", RecordSurvey, reinterpret_cast<unsigned long>(&sSurvey));
+    Xfs().SurveyArchive("odd", "./odd", RecordSurvey, reinterpret_cast<ZR_ULONG_PTR>(&sSurvey));
     EXPECT_THAT(sSurvey, testing::HasSubstr("not entered a\\b\n"));
     EXPECT_THAT(sSurvey, testing::HasSubstr("D z\nF z.txt 1\nE z\n"));
     EXPECT_EQ(Cwd(), m_Dir.Path().string());
@@ -548,6 +548,6 @@ TEST_F(ArchiveWriter, TheSurveySeesWhatThePackHoldsInItsOrder)
               4016u);
     fs::current_path(m_Dir.Path());
     sSurvey.clear();
-    Xfs().SurveyArchive("x", "./missing", RecordSurvey, reinterpret_cast<unsigned long>(&sSurvey));
+    Xfs().SurveyArchive("x", "./missing", RecordSurvey, reinterpret_cast<ZR_ULONG_PTR>(&sSurvey));
     EXPECT_EQ(sSurvey, "not entered missing\n");
 }

@@ -43,7 +43,7 @@ public:
         m_sArchiveName = fs::path(sArchiveFile).filename().string();
     }
 
-    static void OnEntry(CExtendedFileSystem::sSurveyEntry const & Entry, unsigned long ulUser)
+    static void OnEntry(CExtendedFileSystem::sSurveyEntry const & Entry, ZR_ULONG_PTR ulUser)
     {
         reinterpret_cast<CCollector *>(ulUser)->Take(Entry);
     }
@@ -353,6 +353,6 @@ void CheckSource(std::string const & sArchive, std::string const & sSourceForm,
     CCollector Collector(sShown, Directory, sArchiveFile, Result);
     auto pFileSystem = std::make_unique<CExtendedFileSystem>();
     pFileSystem->SurveyArchive(sArchive.c_str(), sSourceForm.c_str(), CCollector::OnEntry,
-                               reinterpret_cast<unsigned long>(&Collector));
+                               reinterpret_cast<ZR_ULONG_PTR>(&Collector));
     Collector.Finish();
 }

@@ -36,10 +36,10 @@ CPackSubject::CPackSubject(sSourceCheck const & Check, std::string const & sShow
 
 void CPackSubject::Attach(CExtendedFileSystem & FileSystem)
 {
-    FileSystem.AddCallback(OnEvent, reinterpret_cast<unsigned long>(this));
+    FileSystem.AddCallback(OnEvent, reinterpret_cast<ZR_ULONG_PTR>(this));
 }
 
-void CPackSubject::OnEvent(int nCode, unsigned long ulArg1, unsigned long, unsigned long ulUser)
+void CPackSubject::OnEvent(int nCode, ZR_ULONG_PTR ulArg1, ZR_ULONG_PTR, ZR_ULONG_PTR ulUser)
 {
     auto const * pEvent = reinterpret_cast<CExtendedFileSystem::sArchiveFileEvent const *>(ulArg1);
     reinterpret_cast<CPackSubject *>(ulUser)->Take(nCode, pEvent->m_szDirectory,
@@ -160,10 +160,10 @@ void CExtractSubject::AddUnit(sInspection const & Inspection, std::size_t nUnit,
 
 void CExtractSubject::Attach(CExtendedFileSystem & FileSystem)
 {
-    FileSystem.AddCallback(OnEvent, reinterpret_cast<unsigned long>(this));
+    FileSystem.AddCallback(OnEvent, reinterpret_cast<ZR_ULONG_PTR>(this));
 }
 
-void CExtractSubject::OnEvent(int nCode, unsigned long, unsigned long, unsigned long ulUser)
+void CExtractSubject::OnEvent(int nCode, ZR_ULONG_PTR, ZR_ULONG_PTR, ZR_ULONG_PTR ulUser)
 {
     if (nCode == XFS_NOTIFY_MAKEDIR || nCode == XFS_NOTIFY_EXTRACTFILE)
         ++reinterpret_cast<CExtractSubject *>(ulUser)->m_nSeen;

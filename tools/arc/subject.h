@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "archivemap.h"
+#include "common/kernel/api.h"
 #include "sourcecheck.h"
 
 class CExtendedFileSystem;
@@ -25,8 +26,7 @@ public:
     std::string Describe(std::uint32_t ulCode) const;
 
 private:
-    static void OnEvent(int nCode, unsigned long ulArg1, unsigned long ulArg2,
-                        unsigned long ulUser);
+    static void OnEvent(int nCode, ZR_ULONG_PTR ulArg1, ZR_ULONG_PTR ulArg2, ZR_ULONG_PTR ulUser);
     void Take(int nCode, char const * szDirectory, char const * szName);
     // Moves past units whose events are all seen, and units that raise none.
     void SkipDone();
@@ -52,8 +52,7 @@ public:
     std::string Describe() const;
 
 private:
-    static void OnEvent(int nCode, unsigned long ulArg1, unsigned long ulArg2,
-                        unsigned long ulUser);
+    static void OnEvent(int nCode, ZR_ULONG_PTR ulArg1, ZR_ULONG_PTR ulArg2, ZR_ULONG_PTR ulUser);
     void AddUnit(sInspection const & Inspection, std::size_t nUnit, std::string const & sPath);
 
     std::vector<std::string> m_vSteps; // member paths in the order of the events
