@@ -47,6 +47,7 @@ void LOG_DeliverToFile(sLogRecord const & Record)
     // unwinds, a second exception from its closing would end the process. The handler
     // closes it instead.
     CFileIO File;
+    bool bWritten = false;
     try
     {
         CZRString sName(Record.m_sLogName);
@@ -55,10 +56,17 @@ void LOG_DeliverToFile(sLogRecord const & Record)
         sName += ".log";
         File.Open(sName, FILEIO_APPEND);
         WriteLine(File, Record);
-        File.Flush();
-        File.Close();
+        // The line waits in the stream's buffer until here: a full disk shows at the
+        // flush, which reports it by its result, not by an exception.
+        bWritten = File.Flush();
+        if (bWritten)
+            File.Close();
     }
     catch (...)
+    {
+        bWritten = false;
+    }
+    if (!bWritten)
     {
         // The one catch of the library: a log file that fails must not fail the caller.
         PLATFORM_WriteDebugText("Error while writing to log file. Hard disk full?\n");
