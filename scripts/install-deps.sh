@@ -1,10 +1,13 @@
 #!/usr/bin/env bash
 # Installs, with apt-get, whatever of the build and test dependencies is missing.
-# Runs as root, or through sudo when it is there.
+# Runs as root, or through sudo when it is there. "fuzz" adds clang and its libFuzzer.
 set -euo pipefail
 
 packages=(cmake ninja-build g++ pkg-config libgtest-dev libgmock-dev libbenchmark-dev libcli11-dev
           libfuse3-dev fuse3)
+if [ "${1:-}" = fuzz ]; then
+    packages+=(clang libclang-rt-dev)
+fi
 
 missing=()
 for package in "${packages[@]}"; do
