@@ -145,6 +145,10 @@ TEST_F(ArchiveSafety, ExtractionNeverWritesThroughALink)
     EXPECT_EQ(m_Dir.ReadFile("elsewhere/victim"), "keep");
     EXPECT_EQ(m_Dir.ReadFile("out/maps/a.txt"), "abc");
     EXPECT_EQ(TreeOf("out"), "maps maps/a.txt maps/town maps/town/hall.dat ");
+    // Files made by way of a temporary name get the rights any new file gets.
+    m_Dir.WriteFile("fresh", "");
+    EXPECT_EQ(fs::status("out/maps/town/hall.dat").permissions(),
+              fs::status("fresh").permissions());
 }
 
 TEST_F(ArchiveSafety, AFailingEntryEndsTheExtractionAndLeavesNoPartFile)

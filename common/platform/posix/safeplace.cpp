@@ -23,19 +23,32 @@ int PLATFORM_EnterOwnDirectory(char const * szPath)
 int PLATFORM_CreateUniqueFile(char const * szBeside, char * szName, std::size_t nSize)
 {
     // A hidden name in the current directory; the one of szBeside keeps the look of it.
-    std::string sTemplate = ".";
-    sTemplate += PLATFORM_DiskPath(szBeside);
-    std::size_t const nSlash = sTemplate.find_last_of('/');
+    std::string sBase = PLATFORM_DiskPath(szBeside);
+    std::size_t const nSlash = sBase.find_last_of('/');
     if (nSlash != std::string::npos)
-        sTemplate = "." + sTemplate.substr(nSlash + 1);
-    if (sTemplate.size() > 200)
-        sTemplate.resize(200);
-    sTemplate += ".partXXXXXX";
-    if (sTemplate.size() >= nSize)
-        return -1;
-    std::memcpy(szName, sTemplate.c_str(), sTemplate.size() + 1);
-    int const nFile = ::mkostemp(szName, O_CLOEXEC);
-    return nFile < 0 ? -1 : nFile;
+        sBase = sBase.substr(nSlash + 1);
+    if (sBase.size() > 200)
+        sBase.resize(200);
+    static unsigned int s_uNext = 0;
+    for (int nTry = 0; nTry < 1000; ++nTry)
+    {
+        std::string const sName =
+            "." + sBase + ".part" + std::to_string(::getpid()) + "-" + std::to_string(s_uNext++);
+        if (sName.size() >= nSize)
+            return -1;
+        // Exclusive creation never opens what is there, a link included; the mode is that
+        // of fopen's files, so that the finished file looks as it always did.
+        int const nFile =
+            ::open(sName.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0666);
+        if (nFile >= 0)
+        {
+            std::memcpy(szName, sName.c_str(), sName.size() + 1);
+            return nFile;
+        }
+        if (errno != EEXIST)
+            return -1;
+    }
+    return -1;
 }
 
 bool PLATFORM_ReplaceFile(char const * szFrom, char const * szTo)
