@@ -49,8 +49,9 @@ int PLATFORM_CreateUniqueFile(char const * szBeside, char * szName, std::size_t 
             return -1;
         int nFile = -1;
         // Exclusive creation: an existing name, also a link, is never opened.
-        if (::_sopen_s(&nFile, sName.c_str(), _O_WRONLY | _O_CREAT | _O_EXCL | _O_BINARY,
-                       _SH_DENYNO, _S_IREAD | _S_IWRITE) == 0)
+        if (::_sopen_s(&nFile, sName.c_str(),
+                       _O_WRONLY | _O_CREAT | _O_EXCL | _O_BINARY | _O_NOINHERIT, _SH_DENYNO,
+                       _S_IREAD | _S_IWRITE) == 0)
         {
             std::memcpy(szName, sName.c_str(), sName.size() + 1);
             return nFile;
