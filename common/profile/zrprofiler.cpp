@@ -1,6 +1,8 @@
 #include "common/profile/zrprofiler.h"
 
 #include <cstddef>
+#include <map>
+#include <mutex>
 #include <new>
 
 #include "common/kernel/check.h"
@@ -93,8 +95,65 @@ CZRProfiler::CZRProfiler(int nMaxSamples)
     ZR_CHECK(m_pHistoryData != NULL, s_szSourceFile);
 }
 
+namespace
+{
+// Profilers that copies made share their arrays: the number of extra holders of each
+// sample array, so that only the last holder frees the pair. Copies are rare; the lock
+// is taken only when a profiler is copied or destroyed.
+std::mutex s_SharesLock;
+
+std::map<void const *, int> & ExtraHolders()
+{
+    // Never destroyed: a profiler may be a static object that goes after this one.
+    static std::map<void const *, int> * s_pExtraHolders = new std::map<void const *, int>;
+    return *s_pExtraHolders;
+}
+} // namespace
+
+CZRProfiler::CZRProfiler(CZRProfiler const & Other)
+{
+    CopyMembers(Other);
+}
+
+CZRProfiler & CZRProfiler::operator=(CZRProfiler const & Other)
+{
+    if (this != &Other && m_pSampleData != Other.m_pSampleData)
+    {
+        ReleaseArrays();
+        CopyMembers(Other);
+    }
+    return *this;
+}
+
 CZRProfiler::~CZRProfiler()
 {
+    ReleaseArrays();
+}
+
+void CZRProfiler::CopyMembers(CZRProfiler const & Other)
+{
+    m_pSampleData = Other.m_pSampleData;
+    m_pHistoryData = Other.m_pHistoryData;
+    m_nMaxSamples = Other.m_nMaxSamples;
+    m_fStartProfile = Other.m_fStartProfile;
+    m_fEndProfile = Other.m_fEndProfile;
+    m_nLastSlot = Other.m_nLastSlot;
+    std::lock_guard<std::mutex> Hold(s_SharesLock);
+    ++ExtraHolders()[m_pSampleData];
+}
+
+void CZRProfiler::ReleaseArrays()
+{
+    {
+        std::lock_guard<std::mutex> Hold(s_SharesLock);
+        auto Found = ExtraHolders().find(m_pSampleData);
+        if (Found != ExtraHolders().end())
+        {
+            if (--Found->second == 0)
+                ExtraHolders().erase(Found);
+            return;
+        }
+    }
     delete[] m_pSampleData;
     delete[] m_pHistoryData;
 }

@@ -49,9 +49,9 @@ public:
     CZRProfiler(int nMaxSamples = 50);
     virtual ~CZRProfiler();
 
-    // Copies share the arrays: only one of the copies may be destroyed.
-    CZRProfiler(CZRProfiler const &) = default;
-    CZRProfiler & operator=(CZRProfiler const &) = default;
+    // Copies share the arrays, which go with the last of the profilers that hold them.
+    CZRProfiler(CZRProfiler const & Other);
+    CZRProfiler & operator=(CZRProfiler const & Other);
 
     // Starts a frame: every sample slot becomes free, the histories stay.
     void Begin();
@@ -74,6 +74,9 @@ private:
     // The clock in seconds, as a float.
     float GetExactTime() const;
     bool IsSlotInUse(int nIndex) const;
+    void CopyMembers(CZRProfiler const & Other);
+    // Gives up this profiler's hold on its arrays, freeing them when it was the last.
+    void ReleaseArrays();
 
     sProfileSample * m_pSampleData;   // this frame's samples, m_nMaxSamples of them
     sProfileHistory * m_pHistoryData; // the smoothed values, m_nMaxSamples of them

@@ -227,3 +227,36 @@ TEST_F(ZRProfiler, OverlongNameIsCutInsideItsField)
     EXPECT_EQ(data.GetName(), sCut);
     EXPECT_EQ(data.GetNumInstances(), 2);
 }
+
+TEST_F(ZRProfiler, CopiesShareTheSamplesAndTheLastOneFreesThem)
+{
+    At(0);
+    m_Profiler.Begin();
+    Run("Physics", 0, 10);
+    {
+        CZRProfiler Copy(m_Profiler);
+        CZRProfiler Assigned(4);
+        Assigned = Copy;
+        Assigned = Assigned;
+        // A sample run through one copy is a sample of all of them.
+        Run("Render", 10, 30);
+        Assigned.SampleBegin("Audio");
+        Assigned.SampleEnd("Audio");
+        At(100);
+        Copy.End();
+        CZRProfileData data;
+        ASSERT_TRUE(m_Profiler.GetSampleData(2, data));
+        EXPECT_STREQ(data.GetName(), "Audio");
+        EXPECT_EQ(Assigned.GetNumSamples(), 50);
+    }
+    // Both copies are gone; the original's arrays are still there.
+    CZRProfileData data;
+    ASSERT_TRUE(m_Profiler.GetSampleData(1, data));
+    EXPECT_STREQ(data.GetName(), "Render");
+    CZRProfiler * pOther = new CZRProfiler(m_Profiler);
+    m_Profiler = CZRProfiler(3);
+    ASSERT_TRUE(pOther->GetSampleData(0, data));
+    EXPECT_STREQ(data.GetName(), "Physics");
+    delete pOther;
+    EXPECT_EQ(m_Profiler.GetNumSamples(), 3);
+}
