@@ -25,3 +25,4 @@
 #include "common/string/zrpath.h"
 #include "common/string/zrstring.h"
 #include "common/time/timer.h"
+#include "common/version.h"

@@ -16,6 +16,7 @@ enum eErrorClass : std::int32_t
     ERRORCLASS_MAILSLOT = 10,
 };
 
+// The base of the family: catch it to catch every error the library raises.
 class COMMON_API CZRException
 {
 public:

@@ -55,6 +55,7 @@ public:
         std::uint32_t m_ulPosition;   // counted from the file's byte 0
     };
 
+    // One registered event function and the user value it is called with.
     struct sCallback
     {
         pfnCallback m_pfnCallback;

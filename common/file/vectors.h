@@ -13,6 +13,7 @@ struct vector2
     float y;
 };
 
+// Three components, x y z in memory order.
 struct vector3
 {
     vector3() = default;
@@ -23,6 +24,7 @@ struct vector3
     float z;
 };
 
+// Four components, x y z w in memory order.
 struct vector4
 {
     vector4() = default;

@@ -11,6 +11,7 @@
 
 #include "common/kernel/api.h"
 
+// The block description of a CZRString: its text, length, capacity and lend count.
 struct sStringData
 {
     int m_nRefs;         // 0 no block, 1 own block, +1 for each GetBuffer not yet released

@@ -104,6 +104,7 @@ int main()
                            !Slot.IsOpened() && Slot.GetMaxMessageSize() == 0 &&
                            Leaf.IsDerivedFrom(Base) &&
                            Leaf.GetFullName().Compare("Base/Leaf/") == 0 && UseFilesAndData();
+    Debug_Printf("consumer: Common %s\n", COMMON_VERSION_TEXT);
     Debug_Printf("consumer: %s\n", bAllRight ? "ok" : "wrong");
     return bAllRight ? 0 : 1;
 }
