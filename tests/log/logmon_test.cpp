@@ -263,15 +263,6 @@ TEST_F(LogMon, ABurstOfSeveralProcessesArrivesWholeAndInOrder)
     Serve({"--log", sLog});
     if (IsSkipped() || HasFatalFailure())
         return;
-    std::vector<std::string> vLines;
-    std::thread Reader(
-        [&]
-        {
-            std::string sLine;
-            while (ReadLine(1, sLine))
-                vLines.push_back(sLine);
-        });
-
     // Far more records than the system's datagram queue holds, sent at once.
     constexpr int PROCESSES = 4;
     constexpr int RECORDS = 5000;
@@ -289,6 +280,16 @@ TEST_F(LogMon, ABurstOfSeveralProcessesArrivesWholeAndInOrder)
             nGo));
         vGo.push_back(nGo);
     }
+    // The reader thread starts after the forks, so that no child copies a running thread.
+    std::vector<std::string> vLines;
+    std::thread Reader(
+        [&]
+        {
+            std::string sLine;
+            while (ReadLine(1, sLine))
+                vLines.push_back(sLine);
+        });
+
     for (int const nGo : vGo)
     {
         EXPECT_EQ(::write(nGo, "g", 1), 1);
