@@ -45,7 +45,7 @@ CBenchTree const & Tree()
     return s_Tree;
 }
 
-void CountFile(eScannerMode eMode, sFileData * pData, unsigned long ulUser)
+void CountFile(eScannerMode eMode, sFileData * pData, ZR_ULONG_PTR ulUser)
 {
     if (eMode == SCAN_FILE && pData->m_sFileName.GetLength() > 0)
         ++*reinterpret_cast<long *>(ulUser);
@@ -60,7 +60,7 @@ static void BM_FileScannerRun(benchmark::State & State)
     for (auto _ : State)
     {
         lFiles = 0;
-        Scanner.Run(CountFile, reinterpret_cast<unsigned long>(&lFiles));
+        Scanner.Run(CountFile, reinterpret_cast<ZR_ULONG_PTR>(&lFiles));
     }
     if (lFiles != 10000)
         State.SkipWithError("wrong file count");

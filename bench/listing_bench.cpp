@@ -77,7 +77,7 @@ void ListTree(benchmark::State & State, char const * szTop)
         State.SkipWithError("wrong file count");
 }
 
-void CountFile(eScannerMode eMode, sFileData *, unsigned long ulUser)
+void CountFile(eScannerMode eMode, sFileData *, ZR_ULONG_PTR ulUser)
 {
     if (eMode == SCAN_FILE)
         ++*reinterpret_cast<long *>(ulUser);
@@ -111,7 +111,7 @@ static void BM_ScannerOnDisk(benchmark::State & State)
     for (auto _ : State)
     {
         lFiles = 0;
-        Scanner.Run(CountFile, reinterpret_cast<unsigned long>(&lFiles));
+        Scanner.Run(CountFile, reinterpret_cast<ZR_ULONG_PTR>(&lFiles));
     }
     if (lFiles != TREE_FILES)
         State.SkipWithError("wrong file count");

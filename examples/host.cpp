@@ -38,7 +38,7 @@ void WriteFile(fs::path const & Path, std::string const & sText)
     std::ofstream(Path, std::ios::binary) << sText;
 }
 
-void OnArchiveEvent(int nEvent, unsigned long ulArg1, unsigned long, unsigned long)
+void OnArchiveEvent(int nEvent, ZR_ULONG_PTR ulArg1, ZR_ULONG_PTR, ZR_ULONG_PTR)
 {
     auto const * pEvent = reinterpret_cast<CExtendedFileSystem::sArchiveFileEvent const *>(ulArg1);
     if (nEvent == XFS_NOTIFY_ADDFILE)
@@ -188,7 +188,7 @@ int RunHost(fs::path const & WorkDir)
                 Stored.GetSize());
     CZRString sName;
     CZRProperty Value;
-    long lPos = 0;
+    ZR_LONG_PTR lPos = 0;
     for (bool bMore = Settings.GetFirstProperty(sName, Value, lPos); bMore;
          bMore = Settings.GetNextProperty(sName, Value, lPos))
     {

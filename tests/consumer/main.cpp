@@ -10,13 +10,13 @@ static unsigned long HostClock()
     return s_ulClock;
 }
 
-static void OnArchiveEvent(int nCode, unsigned long ulArg1, unsigned long, unsigned long)
+static void OnArchiveEvent(int nCode, ZR_ULONG_PTR ulArg1, ZR_ULONG_PTR, ZR_ULONG_PTR)
 {
     if (nCode == XFS_NOTIFY_ADDFILE)
         Debug_Printf("%s\n", reinterpret_cast<sArchiveFileEvent const *>(ulArg1)->m_szFileName);
 }
 
-static void OnScan(eScannerMode eMode, sFileData * pData, unsigned long ulUser)
+static void OnScan(eScannerMode eMode, sFileData * pData, ZR_ULONG_PTR ulUser)
 {
     if (eMode == SCAN_FILE && pData != nullptr)
         ++*reinterpret_cast<int *>(ulUser);
@@ -42,7 +42,7 @@ static bool UseFilesAndData()
     unsigned long ulBig = 0;
     bOk = bOk && Stream.ReadAscii(ulBig, ';') && ulBig == 4000000000UL;
     ParamsIn.ExpectParameterType(1, PROP_LONG);
-    long lPos = 0;
+    ZR_LONG_PTR lPos = 0;
     CZRString sName;
     CZRProperty Value;
     bOk = bOk && SettingsIn.GetFirstProperty(sName, Value, lPos) && Value.GetInt() == 7 &&
@@ -72,7 +72,7 @@ static bool UseFilesAndData()
     CZRFileScanner Scanner;
     Scanner.AddScanDirectory("no such directory", "*.*");
     int nFiles = 0;
-    Scanner.Run(OnScan, reinterpret_cast<unsigned long>(&nFiles));
+    Scanner.Run(OnScan, reinterpret_cast<ZR_ULONG_PTR>(&nFiles));
     return bOk && FileSystem.HasCallbacks() && FileSystem.GetRootCount() == 1 && nFiles == 0 &&
            !CFileIO::FileExists(nullptr);
 }

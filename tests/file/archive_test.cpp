@@ -2,13 +2,13 @@
 
 #include <memory>
 #include <string>
-#include <sys/stat.h>
 #include <utility>
 #include <vector>
 
 #include "archivebuilder.h"
 #include "common/file/extendedfilesystem.h"
 #include "common/file/fileio.h"
+#include "testos.h"
 #include "workdir.h"
 
 using testing::internal::CaptureStderr;
@@ -196,8 +196,9 @@ TEST_F(Archive, FilesThatAreNoArchives)
     sHeader[5] = 1; // version 1.1
     m_Dir.WriteFile("newer.arc", sHeader);
     std::filesystem::create_directory("folder.arc");
-    // A pipe that nobody writes would block an open that waits for a writer.
-    ASSERT_EQ(::mkfifo("pipe.arc", 0600), 0);
+    // A pipe that nobody writes would block an open that waits for a writer; Windows
+    // has no pipes in the file system, and "pipe" is then a name that doesn't exist.
+    bool const bPipe = TEST_MakePipe("pipe.arc");
     struct
     {
         char const * szPath;
@@ -205,7 +206,8 @@ TEST_F(Archive, FilesThatAreNoArchives)
     } const aRows[] = {{"notes.txt\\a", 4014}, {"tiny.txt\\a", 4006}, {"newer\\a", 4014},
                        {"empty\\a", 4002},     {"folder\\a", 4002},   {"pipe\\a", 4002}};
     for (auto const & Row : aRows)
-        EXPECT_EQ(ErrorOfOpen(Row.szPath), Row.ulCode) << Row.szPath;
+        if (bPipe || std::string(Row.szPath) != "pipe\\a")
+            EXPECT_EQ(ErrorOfOpen(Row.szPath), Row.ulCode) << Row.szPath;
     // A failed registration leaves nothing behind: a repaired file registers.
     m_Dir.WriteFile("tiny.txt", ArchiveUnit({{"a", "ok"}}));
     EXPECT_EQ(ReadAll("tiny.txt\\a"), "ok");

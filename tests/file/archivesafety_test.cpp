@@ -87,7 +87,7 @@ int RunUnprivileged(Statement Run)
 // Cuts the archive s_CutArchive short when extraction comes to its second file.
 int s_nExtracted = 0;
 fs::path s_CutArchive;
-void CutArchiveAtSecondFile(int nCode, unsigned long, unsigned long, unsigned long)
+void CutArchiveAtSecondFile(int nCode, ZR_ULONG_PTR, ZR_ULONG_PTR, ZR_ULONG_PTR)
 {
     if (nCode == XFS_NOTIFY_EXTRACTFILE && ++s_nExtracted == 2)
         fs::resize_file(s_CutArchive, 100);

@@ -282,8 +282,8 @@ TEST_F(ExtendedFileSystem, RootsAreSearchedInOrder)
 
 TEST_F(ExtendedFileSystem, CallbackListKeepsDuplicatesAndRemovesTheFirst)
 {
-    auto const pfnFirst = [](int, unsigned long, unsigned long, unsigned long) {};
-    auto const pfnSecond = [](int, unsigned long, unsigned long, unsigned long) {};
+    auto const pfnFirst = [](int, ZR_ULONG_PTR, ZR_ULONG_PTR, ZR_ULONG_PTR) {};
+    auto const pfnSecond = [](int, ZR_ULONG_PTR, ZR_ULONG_PTR, ZR_ULONG_PTR) {};
     Xfs().AddCallback(nullptr, 1);
     EXPECT_FALSE(Xfs().HasCallbacks());
     Xfs().AddCallback(pfnFirst, 1);

@@ -23,7 +23,7 @@ using Names = std::vector<std::string>;
 class CRecorder
 {
 public:
-    static void Callback(eScannerMode eMode, sFileData * pData, unsigned long ulUser)
+    static void Callback(eScannerMode eMode, sFileData * pData, ZR_ULONG_PTR ulUser)
     {
         CRecorder * const pThis = reinterpret_cast<CRecorder *>(ulUser);
         if (eMode == SCAN_FILE && pThis->m_bStopAtFirstFile)
@@ -45,7 +45,7 @@ public:
         }
         pThis->m_Changed.notify_all();
     }
-    unsigned long User() { return reinterpret_cast<unsigned long>(this); }
+    ZR_ULONG_PTR User() { return reinterpret_cast<ZR_ULONG_PTR>(this); }
 
     bool WaitForEnd()
     {
@@ -133,7 +133,7 @@ TEST(ZRFileScanner, MasksFollowTheWindowsRules)
     for (auto const & Row : aRows)
     {
         CZRFileScanner Scanner;
-        Scanner.AddScanDirectory(Temp.Path().c_str(), Row.first);
+        Scanner.AddScanDirectory(Temp.Path().string().c_str(), Row.first);
         EXPECT_EQ(ScanFiles(Scanner), Row.second) << Row.first;
     }
 }

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include <unistd.h>
+#include "testos.h"
 
 #include "common/exception/zrexception.h"
 #include "common/log/zrlog.h"
@@ -22,7 +22,7 @@ namespace
 {
 std::string Pid()
 {
-    return std::to_string(::getpid());
+    return std::to_string(TEST_ProcessId());
 }
 
 // Runs a test inside a fresh temporary directory, so that log files land there.

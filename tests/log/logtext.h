@@ -6,13 +6,11 @@
 #include <string>
 #include <vector>
 
-#include <unistd.h>
+#include "testos.h"
 
 inline std::string HostName()
 {
-    char szName[256] = {};
-    ::gethostname(szName, sizeof(szName) - 1);
-    return szName;
+    return TEST_ComputerName();
 }
 
 // Whether sText is exactly vParts joined by ticks, each a nonempty run of "-0123456789".

@@ -21,7 +21,7 @@ std::vector<std::string> Names(CZRPropertyManager const & Manager)
     std::vector<std::string> vNames;
     CZRString sName;
     CZRProperty Value;
-    long lPos = 0;
+    ZR_LONG_PTR lPos = 0;
     for (bool bMore = Manager.GetFirstProperty(sName, Value, lPos); bMore;
          bMore = Manager.GetNextProperty(sName, Value, lPos))
         vNames.push_back(sName.GetString());
@@ -103,7 +103,7 @@ TEST(ZRPropertyManager, TheWalkMeetsEntriesAddedBehindTheCursor)
     CZRPropertyManager Manager;
     CZRString sName("unchanged");
     CZRProperty Value(1);
-    long lPos = 77;
+    ZR_LONG_PTR lPos = 77;
     EXPECT_FALSE(Manager.GetFirstProperty(sName, Value, lPos));
     EXPECT_STREQ(sName.GetString(), "unchanged");
     EXPECT_EQ(Value.GetInt(), 1);

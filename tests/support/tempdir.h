@@ -4,19 +4,26 @@
 
 #include <filesystem>
 #include <fstream>
+#include <random>
 #include <string>
-
-#include <stdlib.h>
 
 class CTempDir
 {
 public:
     CTempDir()
     {
-        std::string sTemplate =
-            (std::filesystem::temp_directory_path() / "common-test-XXXXXX").string();
-        char * szMade = ::mkdtemp(sTemplate.data());
-        m_Path = szMade != nullptr ? std::filesystem::path(szMade) : std::filesystem::path();
+        // create_directory is false for a name that exists: another name is drawn.
+        std::random_device Seed;
+        std::mt19937 Random(Seed());
+        std::filesystem::path const Base = std::filesystem::temp_directory_path();
+        for (int nTry = 0; nTry < 100 && m_Path.empty(); ++nTry)
+        {
+            std::filesystem::path const Path =
+                Base / ("common-test-" + std::to_string(Random() % 1000000000u));
+            std::error_code Error;
+            if (std::filesystem::create_directory(Path, Error))
+                m_Path = Path;
+        }
     }
     ~CTempDir()
     {
