@@ -11,3 +11,7 @@ constexpr int PLATFORM_MAX_EXT = 256;
 
 void PLATFORM_SplitPath(char const * szPath, char * szDrive, char * szDirectory, char * szFileName,
                         char * szExtension);
+// The same cut done by hand, for a path of any length; on Windows the run-time function
+// takes only paths that fit its buffers.
+void PLATFORM_SplitAnyPath(char const * szPath, char * szDrive, char * szDirectory,
+                           char * szFileName, char * szExtension);

@@ -1,6 +1,5 @@
 #include "common/platform/dirsearch.h"
 
-#include <cstring>
 #include <string>
 
 #include <dirent.h>
@@ -16,11 +15,6 @@ struct sDirSearch
     char const * szName; // the current hit, inside the DIR's own entry
     bool bDirectory;
 };
-
-char FoldCase(char cChar)
-{
-    return (cChar >= 'A' && cChar <= 'Z') ? static_cast<char>(cChar - 'A' + 'a') : cChar;
-}
 
 // Whether a name is a hit, and as what: directories and regular files only, and a
 // symbolic link only when it leads to a regular file.
@@ -51,41 +45,6 @@ bool ClassifyEntry(DIR * pDir, dirent const * pEntry, bool & bDirectory)
     return true;
 }
 } // namespace
-
-bool PLATFORM_MatchesMask(char const * szName, char const * szMask)
-{
-    if (std::strcmp(szMask, "*.*") == 0)
-        return true;
-    // Greedy matching that returns to the last '*' on a mismatch: linear in practice,
-    // at worst name length times mask length, never recursive.
-    char const * szStarMask = nullptr;
-    char const * szStarName = nullptr;
-    while (*szName != '\0')
-    {
-        if (*szMask == '*')
-        {
-            szStarMask = ++szMask;
-            szStarName = szName;
-        }
-        else if (*szMask != '\0' && (*szMask == '?' || FoldCase(*szMask) == FoldCase(*szName)))
-        {
-            ++szMask;
-            ++szName;
-        }
-        else if (szStarMask != nullptr)
-        {
-            szMask = szStarMask;
-            szName = ++szStarName;
-        }
-        else
-        {
-            return false;
-        }
-    }
-    while (*szMask == '*')
-        ++szMask;
-    return *szMask == '\0';
-}
 
 void * PLATFORM_OpenDirSearch(char const * szDirectory, char const * szMask)
 {
