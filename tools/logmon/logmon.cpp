@@ -18,6 +18,7 @@
 #include "common/kernel/text.h"
 #include "common/mailslot/zrmailslot.h"
 #include "logrecordtext.h"
+#include "syslogforwarder.h"
 
 namespace
 {
@@ -44,6 +45,8 @@ struct sOptions
     std::vector<long long> m_vLevels;
     std::vector<long long> m_vProcessIds;
     std::vector<long long> m_vUserIds;
+    std::string m_sSyslogAddress;           // empty: no forwarding
+    CSyslogForwarder * m_pSyslog = nullptr; // set when m_sSyslogAddress is given
 };
 
 struct sCounts
@@ -122,6 +125,8 @@ void TakeMessage(sOptions const & Options, CZRMailSlot & Slot, std::uint32_t ulS
     {
         Print(Options, Record);
         ++Counts.m_ullShown;
+        if (Options.m_pSyslog != nullptr)
+            Options.m_pSyslog->Forward(Record);
     }
 }
 
@@ -143,11 +148,20 @@ void ReportEnd(sOptions const & Options, sCounts const & Counts)
                  static_cast<unsigned long long>(Counts.m_ullReceived),
                  static_cast<unsigned long long>(Counts.m_ullShown),
                  static_cast<unsigned>(Counts.m_ulLost));
-    if (Options.m_bJson)
-        std::printf("{\"received\":%llu,\"shown\":%llu,\"lost\":%u}\n",
-                    static_cast<unsigned long long>(Counts.m_ullReceived),
-                    static_cast<unsigned long long>(Counts.m_ullShown),
-                    static_cast<unsigned>(Counts.m_ulLost));
+    if (!Options.m_bJson)
+    {
+        std::fflush(stdout);
+        return;
+    }
+    std::printf("{\"received\":%llu,\"shown\":%llu,\"lost\":%u",
+                static_cast<unsigned long long>(Counts.m_ullReceived),
+                static_cast<unsigned long long>(Counts.m_ullShown),
+                static_cast<unsigned>(Counts.m_ulLost));
+    if (Options.m_pSyslog != nullptr)
+        std::printf(",\"forwarded\":%llu,\"not_forwarded\":%llu",
+                    static_cast<unsigned long long>(Options.m_pSyslog->GetForwarded()),
+                    static_cast<unsigned long long>(Options.m_pSyslog->GetFailed()));
+    std::printf("}\n");
     std::fflush(stdout);
 }
 
@@ -180,6 +194,8 @@ int Serve(sOptions const & Options)
         return 1;
     }
     std::fprintf(stderr, "logmon: serving %s, Ctrl-C ends\n", Options.m_sSlotName.c_str());
+    if (Options.m_pSyslog != nullptr)
+        Options.m_pSyslog->Start();
 
     sCounts Counts;
     while (s_bStop == 0)
@@ -187,12 +203,16 @@ int Serve(sOptions const & Options)
         if (Slot.WaitForMessage(WAIT_MILLISECONDS))
             TakeWaiting(Options, Slot, Counts, -1);
         ReportNewLosses(Slot, Counts);
+        if (Options.m_pSyslog != nullptr)
+            Options.m_pSyslog->Pump();
     }
     // What waits already was sent while this monitor served: take it before ending, but
     // no more than a queue holds, so that busy senders cannot keep the monitor alive.
     TakeWaiting(Options, Slot, Counts, DRAIN_AT_END);
     ReportNewLosses(Slot, Counts);
     Slot.Close();
+    if (Options.m_pSyslog != nullptr)
+        Options.m_pSyslog->Finish();
     ReportEnd(Options, Counts);
     return 0;
 }
@@ -217,13 +237,35 @@ int main(int nArgs, char ** aszArgs)
     App.add_flag("-j,--json", Options.m_bJson,
                  "One JSON object per line: computer, log, pid, level, tick (text), context, "
                  "file, line, message, sender_pid, sender_uid, pid_differs; at the end one "
-                 "object of received, shown and lost");
+                 "object of received, shown and lost (and forwarded, not_forwarded with "
+                 "--syslog)");
     App.add_option("-l,--log", Options.m_vLogNames, "Only records of this log name (case-blind)");
     App.add_option("--level", Options.m_vLevels, "Only records of this level");
     App.add_option("-p,--pid", Options.m_vProcessIds, "Only records that claim this process id");
     App.add_option("-u,--uid", Options.m_vUserIds,
                    "Only records that the system says this user sent (Linux)");
+    CLI::Option * pSyslogOption =
+        App.add_option("--syslog", Options.m_sSyslogAddress,
+                       "Also forward every record shown to a syslog server as RFC 5424: "
+                       "/dev/log when no ADDRESS is given, another local socket path, "
+                       "udp://HOST:PORT or tcp://HOST:PORT")
+            ->expected(0, 1)
+            ->type_name("[ADDRESS]");
     CLI11_PARSE(App, nArgs, aszArgs);
+    if (pSyslogOption->count() > 0 && Options.m_sSyslogAddress.empty())
+        Options.m_sSyslogAddress = "/dev/log";
+    CSyslogForwarder Syslog;
+    if (!Options.m_sSyslogAddress.empty())
+    {
+        std::string sError;
+        if (!Syslog.Prepare(Options.m_sSyslogAddress, sError))
+        {
+            std::fprintf(stderr, "logmon: --syslog %s: %s\n", Options.m_sSyslogAddress.c_str(),
+                         sError.c_str());
+            return 2;
+        }
+        Options.m_pSyslog = &Syslog;
+    }
 
     std::signal(SIGINT, OnStopSignal);
     std::signal(SIGTERM, OnStopSignal);

@@ -1,0 +1,66 @@
+// logmon --syslog: sends each record it is given to a syslog server as an RFC 5424
+// message, without ever making the monitor wait. A record that cannot go at once is
+// counted as not forwarded and dropped: a datagram the system has no room for, a server
+// that is gone, a TCP connection not made within a second, a slow connection that has
+// 1 MiB waiting already. stderr is told when forwarding stops and when it works again.
+// A lost socket is opened anew for a later record, at most once a second. Over TCP,
+// messages wait in memory while the connection is being made or is slow; what waits
+// when it fails is counted as not forwarded.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <deque>
+#include <string>
+
+#include "common/platform/clientsocket.h"
+#include "logrecordtext.h"
+#include "syslogmessage.h"
+
+class CSyslogForwarder
+{
+public:
+    CSyslogForwarder() = default;
+    CSyslogForwarder(CSyslogForwarder const &) = delete;
+    CSyslogForwarder & operator=(CSyslogForwarder const &) = delete;
+    ~CSyslogForwarder();
+
+    // Takes the ADDRESS of --syslog; false with the reason when it cannot be understood.
+    bool Prepare(std::string const & sAddress, std::string & sError);
+    // Says where records go and opens the socket. A server that cannot be reached yet is
+    // no failure here: it is tried again for a later record.
+    void Start();
+    void Forward(sWireRecord const & Record);
+    // Sends what waits for a TCP connection, and gives up on one that is not made in
+    // time; call it whenever the monitor wakes.
+    void Pump();
+    // At the end: up to a second for what still waits, then the counts on stderr.
+    void Finish();
+
+    std::uint64_t GetForwarded() const { return m_ullForwarded; }
+    std::uint64_t GetFailed() const { return m_ullFailed; }
+
+private:
+    using Clock = std::chrono::steady_clock;
+
+    bool EnsureOpen();
+    void Close();
+    void Fail(std::string const & sReason, std::uint64_t ullRecords);
+    void Succeed(std::uint64_t ullRecords);
+    bool Connected();
+    void Flush();
+    void Drop(std::string const & sReason);
+
+    std::string m_sAddressText;
+    sSyslogAddress m_Address;
+    std::intptr_t m_hSocket = PLATFORM_INVALID_SOCKET;
+    bool m_bConnecting = false; // a TCP connection is being made, until m_ConnectBy
+    Clock::time_point m_ConnectBy{};
+    Clock::time_point m_NextOpen{};
+    std::string m_sPending;                 // framed TCP messages not yet taken by the system
+    std::deque<std::size_t> m_dPendingEnds; // where each of those messages ends in m_sPending
+    std::uint64_t m_ullForwarded = 0;
+    std::uint64_t m_ullFailed = 0;
+    std::uint64_t m_ullFailedSinceReport = 0;
+    bool m_bFailing = false;
+};
