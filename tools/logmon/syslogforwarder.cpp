@@ -2,6 +2,7 @@
 
 #include <cstdio>
 #include <ctime>
+#include <utility>
 
 namespace
 {
@@ -88,12 +89,13 @@ void CSyslogForwarder::Succeed(std::uint64_t ullRecords)
     m_ullFailedSinceReport = 0;
 }
 
-// The connection failed: what waits for it is lost, and the socket is made anew later.
+// The socket failed: what waits for it is lost, and it is made anew later.
 void CSyslogForwarder::Drop(std::string const & sReason)
 {
-    std::uint64_t const ullLost = m_dPendingEnds.size();
-    m_sPending.clear();
-    m_dPendingEnds.clear();
+    std::uint64_t const ullLost = m_dPending.size();
+    m_dPending.clear();
+    m_nPendingBytes = 0;
+    m_nFrontSent = 0;
     Close();
     Fail(sReason, ullLost);
 }
@@ -125,81 +127,65 @@ void CSyslogForwarder::Forward(sWireRecord const & Record)
         Fail("no connection", 1);
         return;
     }
-    if (m_Address.m_eTransport != SYSLOG_TCP)
+    if (m_Address.m_eTransport == SYSLOG_TCP)
+        sMessage = std::to_string(sMessage.size()) + " " + sMessage;
+    if (m_nPendingBytes + sMessage.size() > PENDING_MAX)
     {
-        std::string sError;
-        long long const llSent =
-            PLATFORM_SendSocket(m_hSocket, sMessage.data(), sMessage.size(), sError);
-        if (llSent > 0)
-            Succeed(1);
-        else if (llSent == 0)
-            Fail("the server's queue is full", 1);
-        else
-        {
-            Close();
-            Fail(sError, 1);
-        }
+        Fail("the server does not keep up", 1);
         return;
     }
-    std::string const sFramed = std::to_string(sMessage.size()) + " " + sMessage;
-    if (m_sPending.size() + sFramed.size() > PENDING_MAX)
-    {
-        Fail("the connection does not keep up", 1);
-        return;
-    }
-    m_sPending += sFramed;
-    m_dPendingEnds.push_back(m_sPending.size());
+    m_nPendingBytes += sMessage.size();
+    m_dPending.push_back(std::move(sMessage));
     Flush();
 }
 
+// Sends waiting messages until the system takes no more; a datagram goes whole or not
+// at all, a TCP message may go in parts.
 void CSyslogForwarder::Flush()
 {
     if (!Connected())
         return;
-    std::size_t nTaken = 0;
+    std::uint64_t ullWhole = 0;
     std::string sError;
-    bool bFailed = false;
-    while (nTaken < m_sPending.size())
+    long long llSent = 0;
+    while (!m_dPending.empty())
     {
-        long long const llSent = PLATFORM_SendSocket(m_hSocket, m_sPending.data() + nTaken,
-                                                     m_sPending.size() - nTaken, sError);
-        bFailed = llSent < 0;
+        std::string const & sFront = m_dPending.front();
+        llSent = PLATFORM_SendSocket(m_hSocket, sFront.data() + m_nFrontSent,
+                                     sFront.size() - m_nFrontSent, sError);
         if (llSent <= 0)
             break;
-        nTaken += static_cast<std::size_t>(llSent);
-    }
-    std::uint64_t ullWhole = 0;
-    while (!m_dPendingEnds.empty() && m_dPendingEnds.front() <= nTaken)
-    {
-        m_dPendingEnds.pop_front();
+        m_nFrontSent += static_cast<std::size_t>(llSent);
+        if (m_nFrontSent < sFront.size())
+            continue;
+        m_nPendingBytes -= sFront.size();
+        m_nFrontSent = 0;
+        m_dPending.pop_front();
         ++ullWhole;
     }
-    for (std::size_t & nEnd : m_dPendingEnds)
-        nEnd -= nTaken;
-    m_sPending.erase(0, nTaken);
     if (ullWhole > 0)
         Succeed(ullWhole);
-    if (bFailed)
+    if (llSent < 0)
         Drop(sError);
 }
 
 void CSyslogForwarder::Pump()
 {
-    if (m_hSocket != PLATFORM_INVALID_SOCKET && (m_bConnecting || !m_sPending.empty()))
+    if (m_hSocket != PLATFORM_INVALID_SOCKET && (m_bConnecting || !m_dPending.empty()))
         Flush();
 }
 
 void CSyslogForwarder::Finish()
 {
     Clock::time_point const End = Clock::now() + std::chrono::milliseconds(FINISH_MILLISECONDS);
-    while (!m_sPending.empty() && m_hSocket != PLATFORM_INVALID_SOCKET && Clock::now() < End)
+    while (!m_dPending.empty() && m_hSocket != PLATFORM_INVALID_SOCKET && Clock::now() < End)
     {
         int const nLeft = static_cast<int>(
             std::chrono::duration_cast<std::chrono::milliseconds>(End - Clock::now()).count());
         if (PLATFORM_WaitSocketWritable(m_hSocket, nLeft > 0 ? nLeft : 0))
             Flush();
     }
-    if (!m_sPending.empty())
+    if (!m_dPending.empty())
         Drop("the connection did not take the last records in time");
     Close();
     std::fprintf(stderr, "logmon: syslog %s: %llu records forwarded, %llu not forwarded\n",

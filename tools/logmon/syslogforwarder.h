@@ -1,11 +1,11 @@
 // logmon --syslog: sends each record it is given to a syslog server as an RFC 5424
-// message, without ever making the monitor wait. A record that cannot go at once is
-// counted as not forwarded and dropped: a datagram the system has no room for, a server
-// that is gone, a TCP connection not made within a second, a slow connection that has
-// 1 MiB waiting already. stderr is told when forwarding stops and when it works again.
-// A lost socket is opened anew for a later record, at most once a second. Over TCP,
-// messages wait in memory while the connection is being made or is slow; what waits
-// when it fails is counted as not forwarded.
+// message, without ever making the monitor wait. Messages that the system cannot take
+// at once (a local server's queue holds only a few datagrams, a TCP connection may be
+// slow or still being made) wait in memory, up to 1 MiB, and go when the monitor wakes
+// next. A record is counted as not forwarded and dropped when that queue is full, when
+// the server is gone, or when a TCP connection is not made within a second; what waits
+// when the socket fails goes with it. stderr is told when forwarding stops and when it
+// works again. A lost socket is opened anew for a later record, at most once a second.
 #pragma once
 
 #include <chrono>
@@ -31,9 +31,11 @@ public:
     // no failure here: it is tried again for a later record.
     void Start();
     void Forward(sWireRecord const & Record);
-    // Sends what waits for a TCP connection, and gives up on one that is not made in
-    // time; call it whenever the monitor wakes.
+    // Sends what waits, and gives up on a TCP connection that is not made in time; call
+    // it whenever the monitor wakes.
     void Pump();
+    // Whether messages wait to be sent: the monitor then wakes again soon.
+    bool HasPending() const { return !m_dPending.empty(); }
     // At the end: up to a second for what still waits, then the counts on stderr.
     void Finish();
 
@@ -57,8 +59,9 @@ private:
     bool m_bConnecting = false; // a TCP connection is being made, until m_ConnectBy
     Clock::time_point m_ConnectBy{};
     Clock::time_point m_NextOpen{};
-    std::string m_sPending;                 // framed TCP messages not yet taken by the system
-    std::deque<std::size_t> m_dPendingEnds; // where each of those messages ends in m_sPending
+    std::deque<std::string> m_dPending; // messages (framed for TCP) the system has not taken
+    std::size_t m_nPendingBytes = 0;
+    std::size_t m_nFrontSent = 0; // bytes of the first one that TCP has taken already
     std::uint64_t m_ullForwarded = 0;
     std::uint64_t m_ullFailed = 0;
     std::uint64_t m_ullFailedSinceReport = 0;
