@@ -1,6 +1,7 @@
 # Doxygen reads only its own comment markers; the headers use plain // comments. This
 # filter shows Doxygen the same text as its kind: a header's opening block describes
-# the class it names first ("CFileIO: the library's stream..."), or else the header;
+# the class it names first ("CFileIO: the library's stream..."), or else the header
+# itself (never the first declaration below it);
 # a comment line describes what follows it, and a comment behind a member that member.
 # Backslashes (Windows paths) and at-signs are escaped so that they stay text.
 function text(s)
@@ -10,10 +11,12 @@ function text(s)
     return s
 }
 NR == 1 {
-    print "/** \\file */"
     opening = 1
-    if (match($0, /^\/\/ [A-Za-z_][A-Za-z0-9_]*:/))
+    if (match($0, /^\/\/ [A-Za-z_][A-Za-z0-9_]*:/)) {
+        print "/** \\file */"
         print "//! \\class " substr($0, 4, RLENGTH - 4)
+    } else
+        print "//! \\file"
 }
 opening && /^\/\// {
     print "//!" text(substr($0, 3))

@@ -12,7 +12,9 @@
 // The coarse family of an error; only these two values are produced by the library.
 enum eErrorClass : std::int32_t
 {
+    // File system, file and memory streams, parameter lists.
     ERRORCLASS_FILE = 9,
+    // The mailslot transport.
     ERRORCLASS_MAILSLOT = 10,
 };
 
@@ -24,10 +26,16 @@ public:
     CZRException(eErrorClass eClass, std::uint32_t ulCode, std::uint32_t ulLine,
                  char const * szFile, char const * szError);
 
+    // The text of the failure, never null.
     virtual char const * GetErrorString() const;
+    // The source file of the library where the failure was found, not the file it
+    // concerns.
     virtual char const * GetFileName() const;
+    // The source line of the library where the failure was found.
     virtual std::uint32_t GetLine() const;
+    // ERRORCLASS_MAILSLOT for CMailSlotException, ERRORCLASS_FILE for all others.
     virtual eErrorClass GetErrorClass() const;
+    // The number of the failure; the band names the class that raised it.
     virtual std::uint32_t GetErrorCode() const;
 
 private:
@@ -42,6 +50,7 @@ private:
 class COMMON_API CXfsException : public CZRException
 {
 public:
+    // A record of class ERRORCLASS_FILE.
     CXfsException(std::uint32_t ulCode, std::uint32_t ulLine, char const * szFile,
                   char const * szError);
 };
@@ -50,6 +59,7 @@ public:
 class COMMON_API CFileIOException : public CZRException
 {
 public:
+    // A record of class ERRORCLASS_FILE.
     CFileIOException(std::uint32_t ulCode, std::uint32_t ulLine, char const * szFile,
                      char const * szError);
 };
@@ -58,6 +68,7 @@ public:
 class COMMON_API CMemFileIOException : public CZRException
 {
 public:
+    // A record of class ERRORCLASS_FILE.
     CMemFileIOException(std::uint32_t ulCode, std::uint32_t ulLine, char const * szFile,
                         char const * szError);
 };
@@ -66,6 +77,7 @@ public:
 class COMMON_API CMailSlotException : public CZRException
 {
 public:
+    // A record of class ERRORCLASS_MAILSLOT.
     CMailSlotException(std::uint32_t ulCode, std::uint32_t ulLine, char const * szFile,
                        char const * szError);
 };
@@ -75,6 +87,7 @@ public:
 class CZRParamsException : public CZRException
 {
 public:
+    // A record of class ERRORCLASS_FILE.
     CZRParamsException(std::uint32_t ulCode, std::uint32_t ulLine, char const * szFile,
                        char const * szError)
         : CZRException(ERRORCLASS_FILE, ulCode, ulLine, szFile, szError)

@@ -5,6 +5,7 @@
 // host program; on Windows the same marks export from Common.dll and import into hosts.
 #pragma once
 
+// Marks a class or function as part of the library's binary interface.
 #if defined(_WIN32)
 #if defined(COMMON_BUILDING_LIBRARY)
 #define COMMON_API __declspec(dllexport)
@@ -22,6 +23,7 @@ typedef unsigned long long ZR_ULONG_PTR;
 typedef long long ZR_LONG_PTR;
 #else
 typedef unsigned long ZR_ULONG_PTR;
+// The signed twin of ZR_ULONG_PTR.
 typedef long ZR_LONG_PTR;
 #endif
 

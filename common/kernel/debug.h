@@ -9,6 +9,7 @@
 // Writes the assertion banner and ends the process; does not return.
 [[noreturn]] COMMON_API void Debug_Assert(char const * szExpression, char const * szFile,
                                           int nLine);
+// Formats a text as printf does and sends it to the debugger channel.
 COMMON_API void Debug_Printf(char const * szFormat, ...) __attribute__((format(printf, 1, 2)));
 // The same as Debug_Printf: same channel, no prefix.
 COMMON_API void Debug_Warning(char const * szFormat, ...) __attribute__((format(printf, 1, 2)));

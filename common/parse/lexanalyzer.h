@@ -24,6 +24,7 @@ enum eLexTokenType
 // Orders keywords by CZRString::Compare, that is, byte-wise and with their case.
 struct sKeywordLess
 {
+    // True when sLeft sorts before sRight.
     bool operator()(CZRString const & sLeft, CZRString const & sRight) const
     {
         return sLeft.Compare(sRight.GetString()) < 0;
@@ -35,13 +36,20 @@ class COMMON_API CLexAnalyzer : public CStringTokenizer
 public:
     // The operator tokens also as members, as the base class has its token types.
     static constexpr eLexTokenType TT_GREATER_EQUAL = ::TT_GREATER_EQUAL;
+    // The enumerator of the same name.
     static constexpr eLexTokenType TT_LESS_EQUAL = ::TT_LESS_EQUAL;
+    // The enumerator of the same name.
     static constexpr eLexTokenType TT_ASSIGN = ::TT_ASSIGN;
+    // The enumerator of the same name.
     static constexpr eLexTokenType TT_NOT_EQUAL = ::TT_NOT_EQUAL;
+    // The enumerator of the same name.
     static constexpr eLexTokenType TT_RANGE = ::TT_RANGE;
 
+    // A tokenizer over a copy of the text, with the tokenizer's defaults and no keywords.
     CLexAnalyzer(CZRString const & sString);
+    // Copies the tokenizer, the keyword table and a pending PushBack.
     CLexAnalyzer(CLexAnalyzer const & Other) = default;
+    // Copies the tokenizer, the keyword table and a pending PushBack.
     CLexAnalyzer & operator=(CLexAnalyzer const & Other) = default;
     virtual ~CLexAnalyzer();
 
@@ -49,10 +57,14 @@ public:
     // caller's: they should stay clear of character codes and token types.
     void InsertKeyword(CZRString const & sKeyword, int nToken);
 
+    // The tokenizer's next token, with a word that is in the keyword table turned into its
+    // number and the operators joined into one of the eLexTokenType values: "< =" is
+    // TT_LESS_EQUAL, while "<<" stays '<' twice.
     int GetNextToken() override;
     // As the tokenizer's, with the operators' own text and the text of strings between
     // either quote.
     CZRString GetStringValue() const override;
+    // The token last returned is delivered once more by the next GetNextToken.
     void PushBack() override;
 
 private:

@@ -12,12 +12,17 @@ class COMMON_API CZRClassType
 public:
     // A root type; a null name gives an empty name.
     CZRClassType(char const * szName);
+    // A type derived from Parent, which must outlive it.
     CZRClassType(char const * szName, CZRClassType const & Parent);
     virtual ~CZRClassType();
 
+    // The name given at construction; null when that name was null or empty.
     char const * GetName() const { return m_sName.GetString(); }
+    // The same as GetName.
     operator char const *() const { return m_sName.GetString(); }
+    // The name as a string.
     operator CZRString const &() const { return m_sName; }
+    // A copy of the name.
     operator CZRString() { return m_sName; }
 
     // The parent's descriptor, or null at the root of a tree.
