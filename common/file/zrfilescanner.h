@@ -20,6 +20,7 @@
 
 class CZREvent;
 
+// What a call of the scan function reports.
 enum eScannerMode
 {
     SCAN_STARTED = 0,  // a threaded scan begins; no data

@@ -31,19 +31,27 @@ public:
     bool Open(char const * szName, bool bServer);
     // False when nothing was open. The byte counters stay.
     bool Close();
+    // True between a successful Open and Close.
     bool IsOpened() const;
 
     // Receives one message into the block; a failed receive leaves 400 zero bytes.
+    // Raises 5001 when no slot is open.
     void BeginRead();
+    // Takes ulSize bytes from the block; raises 5002 past the 400th byte.
     bool Read(void * pData, std::uint32_t ulSize);
     // A stored length below 1 leaves sString as it was.
     bool Read(CZRString & sString);
+    // Closes the reading bracket; does nothing else.
     void EndRead();
-    // Starts an empty block of 400 zero bytes.
+    // Starts an empty block of 400 zero bytes; raises 5001 when no slot is open.
     void BeginWrite();
+    // Puts ulSize bytes into the block; raises 5003 past the 400th byte.
     bool Write(void const * pData, std::uint32_t ulSize);
+    // Puts the 4-byte length, then the text; a text that does not fit raises 5003 with
+    // the length already in the block.
     bool Write(CZRString const & sString);
-    // Sends all 400 bytes of the block, however many were filled.
+    // Sends all 400 bytes of the block, however many were filled; raises 5003 when the
+    // send fails.
     void EndWrite();
 
     // False for a client, without asking the platform.
@@ -53,7 +61,9 @@ public:
     std::uint32_t GetMessageSize() const;
     // 65536 for a server here; 0 when the query fails.
     std::uint32_t GetMaxMessageSize() const;
+    // Bytes received since the server's Open.
     std::uint32_t GetTotalBytesRead() const;
+    // Bytes sent since the client's Open.
     std::uint32_t GetTotalBytesWritten() const;
     // Server only: waits up to ulTimeout milliseconds for a message, without spinning.
     // True when one waits; false for a client, on time-out, or when a signal arrives.

@@ -24,6 +24,7 @@ public:
     void Enter();
     // Gives the lock back, then turns the stamp into the time since Enter.
     void Leave();
+    // The stamp: the clock at Enter while held, the milliseconds Enter to Leave after.
     std::uint32_t GetTime() const { return m_ulTime.load(std::memory_order_relaxed); }
 
 private:

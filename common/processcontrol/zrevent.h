@@ -15,7 +15,9 @@ public:
     CZREvent(CZREvent const &) = delete;
     CZREvent & operator=(CZREvent const &) = delete;
 
+    // Sets the event: every waiter goes on, and so will later ones until Reset.
     void Set();
+    // Clears the event: later Wait calls block again.
     void Reset();
     // Blocks, without a time limit, until the event is set.
     void Wait();

@@ -17,10 +17,12 @@ public:
 
     // Blocks until the calling thread owns the mutex.
     void Lock();
+    // Gives back one Lock of the calling thread, which must own the mutex.
     void Unlock();
     // True when the mutex cannot be taken at once, that is, another thread holds it.
     // The probe gives back what it takes, so the mutex is left as it was found.
     bool IsLocked();
+    // The platform's mutex object, for the host's own platform calls.
     void * GetHandle();
 
 private:

@@ -17,13 +17,17 @@ public:
     CZRProfileData();
     virtual ~CZRProfileData() = default;
 
+    // The name of the sample that first filled the slot.
     char const * GetName() const { return m_szName; }
     // Share of the frame in percent, without nested samples, smoothed.
     float GetAverageTimePerFrame() const { return m_fAverageTimePerFrame; }
+    // The lowest share in percent: it drops at once and drifts back up.
     float GetMinimumTimePerFrame() const { return m_fMinimumTimePerFrame; }
+    // The highest share in percent: it rises at once and drifts back down.
     float GetMaximumTimePerFrame() const { return m_fMaximumTimePerFrame; }
     // Seconds in this frame, nested samples included, not smoothed.
     float GetAbsoluteTimePerFrame() const { return m_fAbsoluteTimePerFrame; }
+    // How many times the sample ran in this frame.
     int GetNumInstances() const { return m_nNumInstances; }
     // The number of samples open around it at its latest SampleEnd.
     int GetNumParents() const { return m_nNumParents; }
@@ -46,15 +50,19 @@ struct sProfileHistory;
 class COMMON_API CZRProfiler
 {
 public:
+    // Allocates nMaxSamples slots. Begin must run before the first SampleBegin.
     CZRProfiler(int nMaxSamples = 50);
     virtual ~CZRProfiler();
 
     // Copies share the arrays, which go with the last of the profilers that hold them.
     CZRProfiler(CZRProfiler const & Other);
+    // Gives up the hold on its own arrays, then shares Other's.
     CZRProfiler & operator=(CZRProfiler const & Other);
 
     // Starts a frame: every sample slot becomes free, the histories stay.
     void Begin();
+    // Ends a frame; the results are read after it. An unbalanced sample is a failed
+    // check in GetSampleData.
     void End();
     // Finds the sample without regard to case, or takes the next free slot. A sample
     // can run many times in a frame but must not be opened while it is open.

@@ -24,11 +24,13 @@ public:
     static void StartMeasure();
     // One frame: returns the time since the last Measure or StartMeasure in 17-ms units.
     static float Measure();
+    // Starts the stopwatch: stamps the clock for Stop.
     static void Start();
     // Milliseconds since the last Start; changes nothing, so it may be read repeatedly.
     static std::uint32_t Stop();
     // The clock in seconds.
     static double GetCurTime();
+    // The clock in milliseconds, a 32-bit count that wraps.
     static std::uint32_t GetCurTimeInMs();
 
     static std::uint32_t m_ulLastTime;         // ms, clock at the last StartMeasure/Measure
