@@ -4,7 +4,8 @@
 // named in the path, and under a list of search roots, in that order; a file inside an
 // archive reads as an ordinary read-only file. Opening allocates nothing; an archive's
 // directory is read once, at its first use, and stays in memory. No lock: one thread
-// at a time. Failures of the outside world raise CXfsException, codes 4001 to 4016.
+// at a time. Failures of the outside world raise CXfsException, codes 4001 to 4016;
+// every operation on a handle raises 4008 when the handle names no open file.
 #pragma once
 
 #include <cstdarg>
@@ -49,7 +50,7 @@ public:
     // One open file; the slot is free while m_pFile is null.
     struct sFileInfo
     {
-        std::FILE * m_pFile;
+        std::FILE * m_pFile;          // the open stream, or null
         std::uint32_t m_ulBaseOffset; // where byte 0 of the file lies in the stream
         std::uint32_t m_ulFileSize;   // the file's size, or the archive entry's
         std::uint32_t m_ulPosition;   // counted from the file's byte 0
@@ -58,45 +59,45 @@ public:
     // One registered event function and the user value it is called with.
     struct sCallback
     {
-        pfnCallback m_pfnCallback;
-        ZR_ULONG_PTR m_ulUserData;
+        pfnCallback m_pfnCallback; // never null
+        ZR_ULONG_PTR m_ulUserData; // passed as the last argument of each call
     };
 
     // What events 1, 2 and 4 point to.
     struct sArchiveFileEvent
     {
-        char m_szDirectory[260];
-        char m_szFileName[256];
+        char m_szDirectory[260]; // the directory being packed or filled, terminated
+        char m_szFileName[256];  // the file or directory name, terminated
     };
 
     // The 32-byte header of an archive unit, stored little-endian and packed.
     struct __attribute__((packed)) sHeader
     {
-        std::uint32_t m_ulMagic; // "ARCX"
-        std::uint8_t m_ucMajorVersion;
-        std::uint8_t m_ucMinorVersion;
+        std::uint32_t m_ulMagic;           // "ARCX"
+        std::uint8_t m_ucMajorVersion;     // 1
+        std::uint8_t m_ucMinorVersion;     // 0
         std::uint32_t m_ulArchiveSize;     // the whole unit
         std::uint32_t m_ulDirectoryOffset; // from the start of the unit
-        std::uint32_t m_ulEntryCount;
-        std::uint8_t m_aReserved[14];
+        std::uint32_t m_ulEntryCount;      // records in the directory
+        std::uint8_t m_aReserved[14];      // written as zeros
     };
 
     // One 276-byte directory record, stored and kept in memory in this form.
     struct sArchiveEntry
     {
-        char m_szName[256];        // no path; terminated
-        std::uint32_t m_ulOffset;  // from the start of the unit holding the directory
-        std::uint32_t m_ulSize;    // data size, or a nested unit's whole size
-        std::uint8_t m_bDirectory; // 1: the bytes are a nested unit
-        std::uint8_t m_aReserved[11];
+        char m_szName[256];           // no path; terminated
+        std::uint32_t m_ulOffset;     // from the start of the unit holding the directory
+        std::uint32_t m_ulSize;       // data size, or a nested unit's whole size
+        std::uint8_t m_bDirectory;    // 1: the bytes are a nested unit
+        std::uint8_t m_aReserved[11]; // written as zeros
     };
 
     // One registered unit, top-level or nested.
     struct sArchiveInfo
     {
-        char m_szName[1024];          // top-level: its key, the full path; nested: entry name
-        std::uint32_t m_ulBaseOffset; // of the unit's header in the archive file
-        sHeader m_sHeader;
+        char m_szName[1024];           // top-level: its key, the full path; nested: entry name
+        std::uint32_t m_ulBaseOffset;  // of the unit's header in the archive file
+        sHeader m_sHeader;             // as read from the file
         sArchiveEntry * m_pEntries;    // owned, null when there are none; name hashes follow
         sArchiveInfo * m_pFirstChild;  // the child registered last
         sArchiveInfo * m_pNextSibling; // the next older child of the same parent
@@ -110,27 +111,38 @@ public:
         char const * m_szName;   // without a path; for SURVEY_END the directory's
         std::uint64_t m_ullSize; // a file's full size, 0 for the others
     };
+    // Receives each report of SurveyArchive and the user value given to it.
     typedef void (*pfnSurveyCallback)(sSurveyEntry const &, ZR_ULONG_PTR);
 
     CExtendedFileSystem();
     // Copies member by member; the archive records get directories of their own.
     CExtendedFileSystem(CExtendedFileSystem const & Other);
+    // Copies member by member, as the copy constructor does.
     CExtendedFileSystem & operator=(CExtendedFileSystem const & Other);
     // Clears roots and callbacks and frees the archive directories; closes no file.
     virtual ~CExtendedFileSystem();
 
+    // Marks the object set up and returns true; the operations work without it, and
+    // CFileIO calls it on its first use of the process-wide object.
     bool Setup();
+    // True after Setup.
     bool IsSetup() const;
 
     // An empty root is ignored; duplicates stay.
     void AddRoot(CZRString const & sRoot);
+    // AddRoot of the text; the result means nothing.
     int AddRoot(char const * szRoot);
     // Removes the first root equal to sRoot without regard to case.
     void RemoveRoot(CZRString const & sRoot);
+    // RemoveRoot of the text; the result means nothing.
     int RemoveRoot(char const * szRoot);
+    // Removes every root.
     void RemoveAllRoots();
+    // The number of roots.
     std::int32_t GetRootCount() const;
+    // True when there is at least one root.
     bool HasRoots() const;
+    // The root at lIndex, which must lie in 0 to GetRootCount() - 1.
     CZRString const & GetRoot(std::int32_t lIndex) const;
 
     // Opens for reading: the name on disk, then through archives, then under each root.
@@ -139,10 +151,13 @@ public:
     std::uint32_t CreateFile(char const * szPath);
     // Opens a file on disk at its end, creating it; null gives 0.
     std::uint32_t AppendFile(char const * szPath);
+    // Closes the file and frees its handle; true. Raises 4008 for a handle that names no
+    // open file.
     bool CloseFile(std::uint32_t ulHandle);
 
     // False at the end; a read past the end delivers what remains and gives true.
     bool ReadFile(std::uint32_t ulHandle, void * pBuffer, std::uint32_t ulSize);
+    // ReadFile of one byte into the low-order byte of *pChar.
     bool ReadChar(std::uint32_t ulHandle, int * pChar);
     // Puts back nChar, the byte that the last read delivered: the position goes back by
     // one as Seek would take it there, but the stream keeps its buffer and asks the
@@ -150,23 +165,36 @@ public:
     bool UnreadChar(std::uint32_t ulHandle, int nChar);
     // One line, its line end included, cut to ulSize - 1 bytes and terminated.
     bool ReadLine(std::uint32_t ulHandle, char * pBuffer, std::uint32_t ulSize);
+    // Writes at the position, growing the size when it passes the end. A size of 0 gives
+    // true at once; raises 4008 for a bad handle, 4007 when the stream refuses the bytes
+    // (a file opened for reading, every file inside an archive).
     bool WriteFile(std::uint32_t ulHandle, void const * pBuffer, std::uint32_t ulSize);
+    // Writes the low-order byte of nChar.
     bool WriteFile(std::uint32_t ulHandle, int nChar);
     // Writes the text without terminator or line end.
     bool WriteLine(std::uint32_t ulHandle, char const * szText);
+    // Formatted text by the rules of printf; see VPrintf.
     bool Printf(std::uint32_t ulHandle, char const * szFormat, ...)
         __attribute__((format(printf, 3, 4)));
+    // Formatted text by the rules of vprintf; raises 4008 for a bad handle or a null
+    // format, 4007 when the write fails.
     bool VPrintf(std::uint32_t ulHandle, char const * szFormat, va_list pArgs);
 
     // The end of the file is a valid target; no seek goes beyond it or before 0.
     bool Seek(std::uint32_t ulHandle, std::uint32_t ulPosition);
+    // lOffset bytes from the position, forward or back.
     bool SeekCurrent(std::uint32_t ulHandle, std::int32_t lOffset);
     // ulDistance bytes back from the end.
     bool SeekEnd(std::uint32_t ulHandle, std::uint32_t ulDistance);
+    // Seek to 0.
     bool Rewind(std::uint32_t ulHandle);
+    // The position, counted from the file's byte 0 (the entry's, inside an archive).
     std::uint32_t Tell(std::uint32_t ulHandle) const;
+    // Flushes the stream; false when that fails.
     bool Flush(std::uint32_t ulHandle);
+    // True when the position is at the end.
     bool IsEof(std::uint32_t ulHandle) const;
+    // The size of the file, or of the entry inside an archive.
     std::uint32_t GetFileSize(std::uint32_t ulHandle) const;
     // The search of OpenFile without its "File not found." exception.
     bool FileExists(char const * szName) const;
@@ -175,7 +203,9 @@ public:
     void AddCallback(pfnCallback pfnFunction, ZR_ULONG_PTR ulUserData);
     // Removes the first record with this function.
     void RemoveCallback(pfnCallback pfnFunction);
+    // The number of callback records.
     std::int32_t GetCallbackCount() const;
+    // True when there is at least one callback record.
     bool HasCallbacks() const;
 
     // Packs the directory szSource (its directory part says where it lies, its file-name

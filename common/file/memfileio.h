@@ -14,12 +14,16 @@
 class COMMON_API CMemFileIO : public CFileIO
 {
 public:
+    // An empty stream with no block yet; the block grows in steps of ulGrowBytes as
+    // writes need it.
     CMemFileIO(std::uint32_t ulGrowBytes = 1024);
     // Attaches the caller's block; see Attach.
     CMemFileIO(unsigned char * pBuffer, std::uint32_t ulBufferSize, std::uint32_t ulGrowBytes = 0);
     // A copy shares an attached block. A block the stream owns is copied, so that the two
     // streams never free the same block.
     CMemFileIO(CMemFileIO const & Other);
+    // Closes this stream (freeing an owned block), then takes a copy of Other by the
+    // rules of the copy constructor.
     CMemFileIO & operator=(CMemFileIO const & Other);
     ~CMemFileIO() noexcept(false) override;
 
@@ -36,6 +40,7 @@ public:
     bool Open(char const * szName, int nMode) override;
     // Frees an owned block and empties the stream, growth step included. Always true.
     bool Close() override;
+    // Always true.
     bool Flush() override;
 
     // The typed forms are those of CFileIO; each comes down to the raw Read and Write.
@@ -79,11 +84,13 @@ public:
 
     // Always true, also after Close.
     bool IsOpened() const override;
+    // True when the position is at or past the end of the data.
     bool IsEof() const override;
     // Any position, also past the end of the data.
     bool SetFilePointerPos(std::uint32_t ulPos) override;
     // 4602 before the start; no limit past the end.
     bool Skip(std::int32_t lOffset) override;
+    // The position, which may lie past the end of the data; raises nothing.
     std::uint32_t GetFilePointerPos() const override;
     // The size of the data, not of the block.
     std::uint32_t GetSize() const override;
@@ -92,6 +99,7 @@ public:
     virtual std::uint32_t GetBufferSize() const;
     // The block, or null; the stream keeps it.
     virtual unsigned char * GetBuffer() const;
+    // GetBuffer.
     operator void *() const;
 
 private:

@@ -4,36 +4,40 @@
 // from their components, or by braces; a default-built one is left unset.
 #pragma once
 
+// Two components, x y in memory order.
 struct vector2
 {
     vector2() = default;
+    // The components in their order.
     vector2(float fX, float fY) : x(fX), y(fY) {}
 
-    float x;
-    float y;
+    float x; // the first component
+    float y; // the second component
 };
 
 // Three components, x y z in memory order.
 struct vector3
 {
     vector3() = default;
+    // The components in their order.
     vector3(float fX, float fY, float fZ) : x(fX), y(fY), z(fZ) {}
 
-    float x;
-    float y;
-    float z;
+    float x; // the first component
+    float y; // the second component
+    float z; // the third component
 };
 
 // Four components, x y z w in memory order.
 struct vector4
 {
     vector4() = default;
+    // The components in their order.
     vector4(float fX, float fY, float fZ, float fW) : x(fX), y(fY), z(fZ), w(fW) {}
 
-    float x;
-    float y;
-    float z;
-    float w;
+    float x; // the first component
+    float y; // the second component
+    float z; // the third component
+    float w; // the fourth component
 };
 
 static_assert(sizeof(vector2) == 8 && sizeof(vector3) == 12 && sizeof(vector4) == 16,
