@@ -36,8 +36,9 @@ public:
 
     // Closes an open file first, then reads (1), creates (2) or appends (4); 4500 when
     // no mode bit is set. True when a file is open afterwards. The file system's
-    // CXfsException passes through: 4002 for a file to read that is not found, 4001
-    // when 256 files are open, 4005 or 4015 when one cannot be created or appended to.
+    // CXfsException passes through: 4002 for a file to read that is not found (or with
+    // all 256 handles taken), 4001 for creating or appending with all handles taken,
+    // 4005 or 4015 when the file cannot be created or appended to.
     virtual bool Open(char const * szName, int nMode);
     // Closes the file; true when it was closed. Raises 4501 when no file is open.
     virtual bool Close();

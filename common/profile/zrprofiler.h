@@ -17,7 +17,7 @@ public:
     CZRProfileData();
     virtual ~CZRProfileData() = default;
 
-    // The name of the sample that first filled the slot.
+    // The name of the sample that holds the slot in this frame.
     char const * GetName() const { return m_szName; }
     // Share of the frame in percent, without nested samples, smoothed.
     float GetAverageTimePerFrame() const { return m_fAverageTimePerFrame; }

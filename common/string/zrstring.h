@@ -2,8 +2,9 @@
 // capacity is exactly the longest text the string has needed and never shrinks, and
 // only destruction (or FreeBuffer) gives the block back. A string that never held text
 // has no block at all and its GetString() is null; one emptied later keeps its block
-// and GetString() points at a NUL. Positions and lengths are bytes. One thread at a
-// time; Format is safe from several threads on different strings.
+// and GetString() points at a NUL. Positions and lengths are bytes. A failed check (a
+// broken precondition) ends the process through Debug_Assert. One thread at a time;
+// Format is safe from several threads on different strings.
 #pragma once
 
 #include <cstdarg>
