@@ -27,8 +27,6 @@ volatile std::sig_atomic_t s_bStop = 0;
 // A signal interrupts the wait at once; the time-out only bounds the case of a signal
 // that comes just before the wait begins.
 constexpr std::uint32_t WAIT_MILLISECONDS = 250;
-// While messages wait for the syslog server, the monitor looks again this soon.
-constexpr std::uint32_t FORWARD_WAIT_MILLISECONDS = 5;
 
 constexpr int DRAIN_AT_END = 1000;
 // The next-message size when none waits.
@@ -202,8 +200,10 @@ int Serve(sOptions const & Options)
     sCounts Counts;
     while (s_bStop == 0)
     {
-        bool const bForwarding = Options.m_pSyslog != nullptr && Options.m_pSyslog->HasPending();
-        if (Slot.WaitForMessage(bForwarding ? FORWARD_WAIT_MILLISECONDS : WAIT_MILLISECONDS))
+        std::uint32_t const ulWait = Options.m_pSyslog != nullptr
+                                         ? Options.m_pSyslog->GetWait(WAIT_MILLISECONDS)
+                                         : WAIT_MILLISECONDS;
+        if (Slot.WaitForMessage(ulWait))
             TakeWaiting(Options, Slot, Counts, -1);
         ReportNewLosses(Slot, Counts);
         if (Options.m_pSyslog != nullptr)

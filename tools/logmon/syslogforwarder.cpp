@@ -1,5 +1,6 @@
 #include "syslogforwarder.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <ctime>
 #include <utility>
@@ -10,6 +11,8 @@ constexpr std::size_t PENDING_MAX = 1 << 20;
 constexpr std::chrono::seconds REOPEN_PAUSE{1};
 constexpr std::chrono::seconds CONNECT_BOUND{1};
 constexpr int FINISH_MILLISECONDS = 1000;
+constexpr std::uint32_t RETRY_FIRST_MILLISECONDS = 5;
+constexpr std::uint32_t RETRY_LAST_MILLISECONDS = 1000;
 
 ePlatformSocketKind SocketKind(eSyslogTransport eTransport)
 {
@@ -144,8 +147,12 @@ void CSyslogForwarder::Forward(sWireRecord const & Record)
 void CSyslogForwarder::Flush()
 {
     if (!Connected())
+    {
+        Backoff(false);
         return;
+    }
     std::uint64_t ullWhole = 0;
+    bool bProgress = false;
     std::string sError;
     long long llSent = 0;
     while (!m_dPending.empty())
@@ -155,6 +162,7 @@ void CSyslogForwarder::Flush()
                                      sFront.size() - m_nFrontSent, sError);
         if (llSent <= 0)
             break;
+        bProgress = true;
         m_nFrontSent += static_cast<std::size_t>(llSent);
         if (m_nFrontSent < sFront.size())
             continue;
@@ -165,8 +173,24 @@ void CSyslogForwarder::Flush()
     }
     if (ullWhole > 0)
         Succeed(ullWhole);
+    Backoff(bProgress);
     if (llSent < 0)
         Drop(sError);
+}
+
+// A server that takes nothing is looked at less and less often, up to the idle wait.
+void CSyslogForwarder::Backoff(bool bProgress)
+{
+    m_ulRetryWait = bProgress ? RETRY_FIRST_MILLISECONDS
+                              : std::min(2 * std::max(m_ulRetryWait, RETRY_FIRST_MILLISECONDS),
+                                         RETRY_LAST_MILLISECONDS);
+}
+
+std::uint32_t CSyslogForwarder::GetWait(std::uint32_t ulIdle) const
+{
+    if (m_dPending.empty() && !m_bConnecting)
+        return ulIdle;
+    return std::min(ulIdle, std::max(m_ulRetryWait, RETRY_FIRST_MILLISECONDS));
 }
 
 void CSyslogForwarder::Pump()

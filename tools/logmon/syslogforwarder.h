@@ -34,8 +34,9 @@ public:
     // Sends what waits, and gives up on a TCP connection that is not made in time; call
     // it whenever the monitor wakes.
     void Pump();
-    // Whether messages wait to be sent: the monitor then wakes again soon.
-    bool HasPending() const { return !m_dPending.empty(); }
+    // How long the monitor may sleep, at most ulIdle: while messages wait, 5 ms, twice
+    // as long after each look that sent nothing, up to ulIdle.
+    std::uint32_t GetWait(std::uint32_t ulIdle) const;
     // At the end: up to a second for what still waits, then the counts on stderr.
     void Finish();
 
@@ -51,6 +52,7 @@ private:
     void Succeed(std::uint64_t ullRecords);
     bool Connected();
     void Flush();
+    void Backoff(bool bProgress);
     void Drop(std::string const & sReason);
 
     std::string m_sAddressText;
@@ -61,7 +63,8 @@ private:
     Clock::time_point m_NextOpen{};
     std::deque<std::string> m_dPending; // messages (framed for TCP) the system has not taken
     std::size_t m_nPendingBytes = 0;
-    std::size_t m_nFrontSent = 0; // bytes of the first one that TCP has taken already
+    std::size_t m_nFrontSent = 0;    // bytes of the first one that TCP has taken already
+    std::uint32_t m_ulRetryWait = 0; // the next GetWait while messages wait
     std::uint64_t m_ullForwarded = 0;
     std::uint64_t m_ullFailed = 0;
     std::uint64_t m_ullFailedSinceReport = 0;
