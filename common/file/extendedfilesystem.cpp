@@ -1,6 +1,7 @@
 #include "common/file/extendedfilesystem.h"
 
 #include <climits>
+#include <map>
 
 #include "common/exception/zrexception.h"
 #include "common/kernel/check.h"
@@ -19,6 +20,35 @@ char const s_szInvalidHandle[] = "Invalid file handle.";
 char const s_szSeekError[] = "Error trying to set the file pointer.";
 char const s_szReadError[] = "Error reading from file.";
 char const s_szWriteError[] = "Error writing to file.";
+
+// A copy of a file system holds the open streams of its original in its own table.
+// For each stream that several tables hold: how many hold it beyond the first. A table
+// that closes such a stream lets go of its share only, so that the stream is closed
+// once, by the last, and no table reuses a block that a stream of another still fills.
+// Never freed, since the process-wide
+// object may still need it while the statics of the library go down.
+std::map<std::FILE *, std::uint32_t> & SharedStreams()
+{
+    static auto * s_pShared = new std::map<std::FILE *, std::uint32_t>;
+    return *s_pShared;
+}
+
+void ShareStream(std::FILE * pStream)
+{
+    ++SharedStreams()[pStream];
+}
+
+// False when no other table holds the stream.
+bool LetGoOfShare(std::FILE * pStream)
+{
+    auto & Shared = SharedStreams();
+    auto const Found = Shared.find(pStream);
+    if (Found == Shared.end())
+        return false;
+    if (--Found->second == 0)
+        Shared.erase(Found);
+    return true;
+}
 } // namespace
 
 CExtendedFileSystem::CExtendedFileSystem() : m_bSetup(false), m_pWatch(nullptr)
@@ -43,6 +73,12 @@ CExtendedFileSystem & CExtendedFileSystem::operator=(CExtendedFileSystem const &
     if (this == &Other)
         return *this;
     m_vRoots = Other.m_vRoots;
+    // The files open here can't be reached once the table is overwritten.
+    for (sFileInfo & FileInfo : m_aFileInfo)
+    {
+        if (FileInfo.m_pFile != nullptr)
+            CloseFile(GetHandleForFile(&FileInfo));
+    }
     FreeStreamBuffers();
     MEM_Copy(m_aFileInfo, Other.m_aFileInfo, sizeof(m_aFileInfo));
     AdoptStreamBuffers(Other);
@@ -223,7 +259,10 @@ std::uint32_t CExtendedFileSystem::AppendFile(char const * szPath)
 bool CExtendedFileSystem::CloseFile(std::uint32_t ulHandle)
 {
     sFileInfo * pFileInfo = GetOpenFile(ulHandle, s_szInvalidHandle);
-    std::fclose(pFileInfo->m_pFile);
+    if (LetGoOfShare(pFileInfo->m_pFile))
+        m_apStreamBuffers[pFileInfo - m_aFileInfo] = nullptr; // goes on with the stream
+    else
+        std::fclose(pFileInfo->m_pFile);
     pFileInfo->m_pFile = nullptr;
     return true;
 }
@@ -549,20 +588,26 @@ void CExtendedFileSystem::AdoptStreamBuffers(CExtendedFileSystem const & Other)
     // A stream copied with the file table keeps reading through its buffer; every other
     // slot makes a buffer of its own at its first use.
     for (std::uint32_t ulSlot = 0; ulSlot < FILE_SLOTS; ++ulSlot)
-        m_apStreamBuffers[ulSlot] = Other.m_aFileInfo[ulSlot].m_pFile != nullptr
-                                        ? Other.m_apStreamBuffers[ulSlot]
-                                        : nullptr;
+    {
+        std::FILE * const pStream = Other.m_aFileInfo[ulSlot].m_pFile;
+        m_apStreamBuffers[ulSlot] = pStream != nullptr ? Other.m_apStreamBuffers[ulSlot] : nullptr;
+        if (pStream != nullptr)
+            ShareStream(pStream);
+    }
 }
 
 void CExtendedFileSystem::FreeStreamBuffers()
 {
-    // The buffer of a file still open goes on serving its stream, which a copy of this
-    // object may still use: it stays, as the stream does, and whoever closes the stream
-    // frees it later.
+    // The block of a file still open goes on serving its stream: a copy of this object
+    // that holds the stream too keeps it, and closes the stream; a stream no copy holds
+    // stays open, since no file is closed here, and its block stays with it.
     for (std::uint32_t ulSlot = 0; ulSlot < FILE_SLOTS; ++ulSlot)
     {
-        if (m_aFileInfo[ulSlot].m_pFile == nullptr && m_apStreamBuffers[ulSlot] != nullptr)
+        std::FILE * const pStream = m_aFileInfo[ulSlot].m_pFile;
+        if (pStream == nullptr && m_apStreamBuffers[ulSlot] != nullptr)
             MEM_Free(m_apStreamBuffers[ulSlot]);
+        else if (pStream != nullptr)
+            LetGoOfShare(pStream);
         m_apStreamBuffers[ulSlot] = nullptr;
     }
 }

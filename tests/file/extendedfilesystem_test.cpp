@@ -305,3 +305,30 @@ TEST(ExtendedFileSystemDeathTest, RootIndexOutOfRangeIsAFailedCheck)
     pXfs->AddRoot("r");
     EXPECT_DEATH(pXfs->GetRoot(1), "expression: lIndex >= 0 && lIndex < GetRootCount\\(\\)");
 }
+
+TEST_F(ExtendedFileSystem, CopiesHoldOpenStreamsWithoutClosingThemTwice)
+{
+    m_Dir.WriteFile("shared", "0123456789");
+    std::uint32_t const ulHandle = Xfs().OpenFile("shared");
+    auto pCopy = std::make_unique<CExtendedFileSystem>(Xfs());
+    // Closed in the copy: the original still reads through the stream, then closes it.
+    EXPECT_TRUE(pCopy->CloseFile(ulHandle));
+    EXPECT_EQ(ErrorCodeOf([&] { pCopy->Tell(ulHandle); }), 4008u);
+    char acText[4] = {};
+    EXPECT_TRUE(Xfs().ReadFile(ulHandle, acText, 3));
+    EXPECT_STREQ(acText, "012");
+    EXPECT_TRUE(Xfs().CloseFile(ulHandle));
+    // The slot's next stream in the copy is a stream of its own.
+    std::uint32_t const ulAgain = pCopy->OpenFile("shared");
+    EXPECT_EQ(ulAgain, ulHandle);
+    EXPECT_TRUE(pCopy->ReadFile(ulAgain, acText, 3));
+    EXPECT_STREQ(acText, "012");
+
+    // Assigned over a table with open files: those are closed, the other's are shared.
+    std::uint32_t const ulOther = Xfs().OpenFile("shared");
+    *pCopy = Xfs();
+    EXPECT_TRUE(pCopy->CloseFile(ulOther));
+    EXPECT_TRUE(Xfs().ReadFile(ulOther, acText, 3));
+    pCopy.reset();
+    EXPECT_TRUE(Xfs().CloseFile(ulOther));
+}
