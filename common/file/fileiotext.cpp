@@ -8,6 +8,7 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <new>
 #include <string>
 
 namespace
@@ -94,6 +95,51 @@ bool ReadToken(CFileIO & File, char cDelimiter, char (&szToken)[TOKEN_SIZE])
     szToken[bTooLong ? 0 : nLength] = '\0';
     return true;
 }
+
+// The bytes of a quoted text behind its opening quote, escapes translated, up to the
+// ';' behind the closing quote; false when the stream ends first.
+bool GatherQuoted(CFileIO & File, std::string & sGathered)
+{
+    bool bInEscape = false;
+    bool bEnded = false;
+    char c = 0;
+    while (File.Read(c))
+    {
+        if (!bInEscape && c == '\\')
+        {
+            bInEscape = true;
+            continue;
+        }
+        if (bInEscape)
+        {
+            int const nTranslated = TranslateEscape(c);
+            if (nTranslated < 0)
+                sGathered += '\\';
+            else
+                c = static_cast<char>(nTranslated);
+        }
+        // Behind the closing quote the escape state is never left, so each further
+        // byte without an escape of its own adds a backslash, as the steps of this
+        // reader have always done.
+        if (!bEnded)
+        {
+            if (c == '"' && !bInEscape)
+            {
+                bEnded = true;
+            }
+            else
+            {
+                sGathered += c;
+                bInEscape = false;
+                continue;
+            }
+        }
+        if (c == ';')
+            return true;
+    }
+    return false;
+}
+
 } // namespace
 
 bool CFileIO::ReadAscii(unsigned long & ulValue, char cDelimiter)
@@ -147,57 +193,27 @@ bool CFileIO::ReadAscii(CZRString & sValue)
     if (!ReadConstAscii('"'))
         return false;
     sValue.Empty();
-    // Gathered apart and handed over once, since the string grows by exact steps.
-    std::string sGathered;
-    bool bInEscape = false;
-    bool bEnded = false;
-    bool bComplete = false;
-    char c = 0;
-    while (Read(c))
+    // Gathered apart and handed over once, since the string grows by exact steps. What
+    // is gathered is backed by bytes read, yet may be more than memory holds: a text too
+    // long for it is bad input, read as false.
+    try
     {
-        if (!bInEscape && c == '\\')
+        std::string sGathered;
+        bool const bComplete = GatherQuoted(*this, sGathered);
+        if (!sGathered.empty())
         {
-            bInEscape = true;
-            continue;
+            int const nLength = static_cast<int>(sGathered.size());
+            char * pBuffer = sValue.GetBuffer(nLength);
+            sGathered.copy(pBuffer, sGathered.size());
+            sValue.ReleaseBuffer(nLength);
         }
-        if (bInEscape)
-        {
-            int const nTranslated = TranslateEscape(c);
-            if (nTranslated < 0)
-                sGathered += '\\';
-            else
-                c = static_cast<char>(nTranslated);
-        }
-        // Behind the closing quote the escape state is never left, so each further
-        // byte without an escape of its own adds a backslash, as the steps of this
-        // reader have always done.
-        if (!bEnded)
-        {
-            if (c == '"' && !bInEscape)
-            {
-                bEnded = true;
-            }
-            else
-            {
-                sGathered += c;
-                bInEscape = false;
-                continue;
-            }
-        }
-        if (c == ';')
-        {
-            bComplete = true;
-            break;
-        }
+        return bComplete;
     }
-    if (!sGathered.empty())
+    catch (std::bad_alloc const &)
     {
-        int const nLength = static_cast<int>(sGathered.size());
-        char * pBuffer = sValue.GetBuffer(nLength);
-        sGathered.copy(pBuffer, sGathered.size());
-        sValue.ReleaseBuffer(nLength);
+        sValue.Empty();
+        return false;
     }
-    return bComplete;
 }
 
 bool CFileIO::ReadAscii(char & cValue, bool bSkip)

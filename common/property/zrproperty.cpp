@@ -1,5 +1,7 @@
 #include "common/property/zrproperty.h"
 
+#include <new>
+
 #include "common/file/fileio.h"
 #include "common/kernel/check.h"
 
@@ -340,10 +342,18 @@ bool CZRProperty::Read(CFileIO * pFile)
         }
         case PROP_STRING:
         {
-            CZRString sValue;
-            if (!pFile->Read(sValue))
+            // The stored text may be more than memory holds twice: bad input as well.
+            try
+            {
+                CZRString sValue;
+                if (!pFile->Read(sValue))
+                    return false;
+                Set(sValue);
+            }
+            catch (std::bad_alloc const &)
+            {
                 return false;
-            Set(sValue);
+            }
             break;
         }
         default:

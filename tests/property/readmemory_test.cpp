@@ -16,12 +16,13 @@ namespace
 bool s_bCounting = false;
 std::size_t s_nRequested = 0;
 std::size_t s_nLargest = static_cast<std::size_t>(-1); // a larger request fails
+std::size_t s_nBudget = static_cast<std::size_t>(-1);  // so does one past this in total
 
 void * Allocate(std::size_t nSize)
 {
     if (s_bCounting)
     {
-        if (nSize > s_nLargest)
+        if (nSize > s_nLargest || s_nRequested + nSize > s_nBudget)
             throw std::bad_alloc();
         s_nRequested += nSize;
     }
@@ -33,10 +34,12 @@ void * Allocate(std::size_t nSize)
 
 // The bytes asked for while Statement runs.
 template <typename Statement>
-std::size_t RequestedBy(Statement Run, std::size_t nLargest = static_cast<std::size_t>(-1))
+std::size_t RequestedBy(Statement Run, std::size_t nLargest = static_cast<std::size_t>(-1),
+                        std::size_t nBudget = static_cast<std::size_t>(-1))
 {
     s_nRequested = 0;
     s_nLargest = nLargest;
+    s_nBudget = nBudget;
     s_bCounting = true;
     Run();
     s_bCounting = false;
@@ -136,4 +139,40 @@ TEST(ReadMemory, MemoryThatRunsOutIsAFalseResult)
     Stored.SetFilePointerPos(0);
     EXPECT_TRUE(List.Read(&Stored));
     EXPECT_EQ(List.Get(0).GetString().GetLength(), 1 << 18);
+}
+
+TEST(ReadMemory, TheTextFormsStringReaderTurnsMemoryThatRunsOutIntoFalse)
+{
+    // A quoted text of 256 KB that the stream holds whole, read where no block of more
+    // than 16 KB can be had; then the same text where memory suffices, and a property
+    // of the binary form whose string is read and then copied.
+    std::string const sText(1 << 18, 't');
+    CByteStream Quoted("\"" + sText + "\"; ");
+    CZRString sValue("old");
+    bool bRead = true;
+    RequestedBy([&] { bRead = Quoted.ReadAscii(sValue); }, 16 * 1024);
+    EXPECT_FALSE(bRead);
+    EXPECT_TRUE(sValue.IsEmpty());
+    Quoted.SetFilePointerPos(0);
+    EXPECT_TRUE(Quoted.ReadAscii(sValue));
+    EXPECT_EQ(sValue.GetLength(), 1 << 18);
+
+    // Room for the string read, not for the property's copy of it.
+    CByteStream Stored(Int32('s') + Int32(1 << 18) + sText);
+    CZRProperty Value;
+    RequestedBy([&] { bRead = Value.Read(&Stored); }, static_cast<std::size_t>(-1),
+                (1 << 18) + 1024);
+    EXPECT_FALSE(bRead);
+
+    // What the reader asks for grows with the text, not faster.
+    std::size_t anBytes[3] = {};
+    int nStep = 0;
+    for (std::size_t nScale : {1u, 4u, 16u})
+    {
+        CByteStream Scaled("\"" + std::string(nScale * 16 * 1024, 'x') + "\";");
+        CZRString sScaled;
+        anBytes[nStep++] = RequestedBy([&] { EXPECT_TRUE(Scaled.ReadAscii(sScaled)); });
+    }
+    EXPECT_LT(anBytes[1], 4 * anBytes[0] * 3 / 2);
+    EXPECT_LT(anBytes[2], 16 * anBytes[0] * 3 / 2);
 }
