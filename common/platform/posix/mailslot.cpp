@@ -5,9 +5,11 @@
 // to a full queue sleeps in the kernel, for a bounded time, until the server takes a
 // message. The
 // server asks for SO_PASSCRED, so that each datagram carries its sender's real ids.
-// A client that had to drop messages while a server was there tells it afterwards with a
-// loss notice: a datagram longer than a 400-byte record, which readers of fixed-size
-// records pass over, and which the server takes out of the stream and counts.
+// A client that had to drop messages while a server was there tells it at once, on the
+// slot's loss channel: a sequenced-packet connection to a second address of the server
+// ("zr-maillost:" and NAME), whose queue the records can't fill and whose packets stay
+// for the server even when the client ends at once, by _exit as well. The server takes
+// them when it is asked for its count.
 #include "common/platform/mailslot.h"
 
 #include <atomic>
@@ -21,16 +23,14 @@
 #include <sys/time.h>
 #include <sys/un.h>
 #include <unistd.h>
+#include <vector>
 
 namespace
 {
 char const s_szAddressPrefix[] = "zr-mailslot:";
-
-// The loss notice: the mark, then the number of messages lost, 4 bytes little-endian,
-// then zero bytes up to its size.
-char const s_achNoticeMark[16] = {'z', 'r', '-', 'm', 'a', 'i', 'l', 's',
-                                  'l', 'o', 't', '-', 'l', 'o', 's', 't'};
-constexpr std::size_t NOTICE_SIZE = 408;
+// Of the same length, so that every name that fits one address fits the other.
+char const s_szLossPrefix[] = "zr-maillost:";
+static_assert(sizeof(s_szLossPrefix) == sizeof(s_szAddressPrefix), "prefixes of one length");
 
 struct sMailSlotEndpoint
 {
@@ -42,9 +42,11 @@ struct sMailSlotEndpoint
     bool m_bStuck; // the last send found the queue full for the whole wait
     sockaddr_un m_Address;
     socklen_t m_nAddressLength;
-    std::uint32_t m_ulLost;       // client: not delivered; server: reported by notices
-    std::uint32_t m_ulUnreported; // client: lost while a server was there, not told yet
-    sMailSlotSender m_LastSender; // server: of the last message taken
+    std::uint32_t m_ulLost;           // client: not delivered; server: reported by notices
+    std::uint32_t m_ulUnreported;     // client: lost while a server was there, not told yet
+    sMailSlotSender m_LastSender;     // server: of the last message taken
+    int m_nLossSocket;                // client: its loss channel, -1 when none; server: listens
+    std::vector<int> m_vLossChannels; // server: the loss channels it took, until they end
 };
 
 enum eSendResult
@@ -131,6 +133,7 @@ void * NewEndpoint(int nSocket, bool bServer, bool bBroadcast, bool bConnected,
     pEndpoint->m_ulLost = 0;
     pEndpoint->m_ulUnreported = 0;
     pEndpoint->m_LastSender = sMailSlotSender{false, 0, 0};
+    pEndpoint->m_nLossSocket = -1;
     return pEndpoint;
 }
 
@@ -186,16 +189,64 @@ eSendResult SendConnected(sMailSlotEndpoint & Endpoint, void const * pData, std:
     }
 }
 
-// Tells the server how many messages it missed; it has just taken one, so it reads.
-void SendNotice(sMailSlotEndpoint & Endpoint)
+// The address of the loss channel of the slot at Address.
+sockaddr_un LossAddress(sockaddr_un const & Address)
 {
-    char achNotice[NOTICE_SIZE] = {};
-    std::memcpy(achNotice, s_achNoticeMark, sizeof(s_achNoticeMark));
-    std::uint32_t const ulLost = Endpoint.m_ulUnreported;
-    for (int i = 0; i < 4; ++i)
-        achNotice[sizeof(s_achNoticeMark) + i] = static_cast<char>((ulLost >> (8 * i)) & 0xFF);
-    if (SendConnected(Endpoint, achNotice, sizeof(achNotice)) == SEND_DONE)
-        Endpoint.m_ulUnreported = 0;
+    sockaddr_un Loss = Address;
+    std::memcpy(Loss.sun_path + 1, s_szLossPrefix, std::strlen(s_szLossPrefix));
+    return Loss;
+}
+
+// A connection to the server's loss channel, or -1. Never waits: a server whose queue of
+// connections is full, or no server, is no connection.
+int ConnectLossChannel(sMailSlotEndpoint const & Endpoint)
+{
+    int const nSocket = ::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
+    if (nSocket < 0)
+        return -1;
+    sockaddr_un const Address = LossAddress(Endpoint.m_Address);
+    int nResult;
+    do
+        nResult = ::connect(nSocket, reinterpret_cast<sockaddr const *>(&Address),
+                            Endpoint.m_nAddressLength);
+    while (nResult != 0 && errno == EINTR);
+    if (nResult != 0)
+    {
+        ::close(nSocket);
+        return -1;
+    }
+    return nSocket;
+}
+
+// Tells the server how many messages it missed since the last notice, without waiting.
+// A connection that holds as many notices as it can (the server hasn't taken them for
+// long) or whose server is gone is left behind, its notices still for the server to
+// take, and a new one carries this notice. What can't be told now is told with the
+// next loss, the next message or the close.
+void ReportLosses(sMailSlotEndpoint & Endpoint)
+{
+    for (int nTry = 0; nTry < 2 && Endpoint.m_ulUnreported > 0; ++nTry)
+    {
+        if (Endpoint.m_nLossSocket < 0)
+            Endpoint.m_nLossSocket = ConnectLossChannel(Endpoint);
+        if (Endpoint.m_nLossSocket < 0)
+            return;
+        unsigned char aucCount[4];
+        for (int i = 0; i < 4; ++i)
+            aucCount[i] = static_cast<unsigned char>((Endpoint.m_ulUnreported >> (8 * i)) & 0xFF);
+        ssize_t nSent;
+        do
+            nSent = ::send(Endpoint.m_nLossSocket, aucCount, sizeof(aucCount),
+                           MSG_DONTWAIT | MSG_NOSIGNAL);
+        while (nSent < 0 && errno == EINTR);
+        if (nSent == static_cast<ssize_t>(sizeof(aucCount)))
+        {
+            Endpoint.m_ulUnreported = 0;
+            return;
+        }
+        ::close(Endpoint.m_nLossSocket);
+        Endpoint.m_nLossSocket = -1;
+    }
 }
 
 // A broadcast's send: to the server that is there now, whichever process serves it.
@@ -212,40 +263,70 @@ eSendResult SendBroadcast(sMailSlotEndpoint & Endpoint, void const * pData, std:
     return eResult;
 }
 
-// Reads the mark and count of a loss notice; false when the datagram is not one.
-bool IsNotice(char const * pFirst, std::size_t nFirst, char const * pRest, std::size_t nSize,
-              std::uint32_t & ulLost)
-{
-    if (nSize != NOTICE_SIZE)
-        return false;
-    char achNotice[NOTICE_SIZE];
-    std::size_t const nHead = nFirst < NOTICE_SIZE ? nFirst : NOTICE_SIZE;
-    std::memcpy(achNotice, pFirst, nHead);
-    std::memcpy(achNotice + nHead, pRest, NOTICE_SIZE - nHead);
-    if (std::memcmp(achNotice, s_achNoticeMark, sizeof(s_achNoticeMark)) != 0)
-        return false;
-    ulLost = 0;
-    for (int i = 3; i >= 0; --i)
-        ulLost = (ulLost << 8) | static_cast<unsigned char>(achNotice[sizeof(s_achNoticeMark) + i]);
-    return true;
-}
-
 void CountNotice(sMailSlotEndpoint & Endpoint, std::uint32_t ulLost)
 {
     std::uint32_t const ulRoom = 0xFFFFFFFFu - Endpoint.m_ulLost;
     Endpoint.m_ulLost += ulLost < ulRoom ? ulLost : ulRoom;
 }
 
-// Receives the next datagram into pBuffer (and what runs past ulSize into a spill of a
-// notice's size), with its sender. Its full length, or -1 when none waits.
-ssize_t ReceiveDatagram(sMailSlotEndpoint & Endpoint, void * pBuffer, std::size_t nSize,
-                        char * pSpill, int nFlags, sMailSlotSender & Sender)
+// Takes the loss channels that clients opened and every notice they hold; a channel whose
+// client has closed it is done with once its notices are taken.
+void TakeLossNotices(sMailSlotEndpoint & Endpoint)
 {
-    iovec aParts[2] = {{pBuffer, nSize}, {pSpill, NOTICE_SIZE}};
+    for (;;)
+    {
+        int const nChannel =
+            ::accept4(Endpoint.m_nLossSocket, nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC);
+        if (nChannel < 0)
+        {
+            if (errno == EINTR || errno == ECONNABORTED)
+                continue;
+            break;
+        }
+        try
+        {
+            Endpoint.m_vLossChannels.push_back(nChannel);
+        }
+        catch (std::bad_alloc const &)
+        {
+            ::close(nChannel);
+        }
+    }
+    std::vector<int> & vChannels = Endpoint.m_vLossChannels;
+    for (std::size_t i = 0; i < vChannels.size();)
+    {
+        unsigned char aucCount[4];
+        ssize_t const nReceived = ::recv(vChannels[i], aucCount, sizeof(aucCount), MSG_DONTWAIT);
+        if (nReceived == static_cast<ssize_t>(sizeof(aucCount)))
+        {
+            CountNotice(Endpoint, static_cast<std::uint32_t>(aucCount[0]) |
+                                      static_cast<std::uint32_t>(aucCount[1]) << 8 |
+                                      static_cast<std::uint32_t>(aucCount[2]) << 16 |
+                                      static_cast<std::uint32_t>(aucCount[3]) << 24);
+            continue;
+        }
+        if (nReceived < 0 && errno == EINTR)
+            continue;
+        if (nReceived < 0 && (errno == EAGAIN || errno == EWOULDBLOCK))
+        {
+            ++i;
+            continue;
+        }
+        ::close(vChannels[i]);
+        vChannels.erase(vChannels.begin() + static_cast<std::ptrdiff_t>(i));
+    }
+}
+
+// Receives the next datagram into pBuffer, cut to nSize bytes, with its sender. Its full
+// length, or -1 when none waits.
+ssize_t ReceiveDatagram(sMailSlotEndpoint & Endpoint, void * pBuffer, std::size_t nSize, int nFlags,
+                        sMailSlotSender & Sender)
+{
+    iovec aParts[1] = {{pBuffer, nSize}};
     alignas(cmsghdr) char achControl[CMSG_SPACE(sizeof(ucred))];
     msghdr Message{};
     Message.msg_iov = aParts;
-    Message.msg_iovlen = 2;
+    Message.msg_iovlen = 1;
     Message.msg_control = achControl;
     Message.msg_controllen = sizeof(achControl);
     ssize_t nReceived;
@@ -270,24 +351,13 @@ ssize_t ReceiveDatagram(sMailSlotEndpoint & Endpoint, void * pBuffer, std::size_
     return nReceived;
 }
 
-// The size of the next message, or -1 when none waits. Loss notices in front of it are
-// taken out of the queue and counted.
+// The size of the next message, or -1 when none waits.
 long NextDatagramSize(sMailSlotEndpoint & Endpoint)
 {
-    for (;;)
-    {
-        char achHead[NOTICE_SIZE];
-        char achSpill[NOTICE_SIZE];
-        sMailSlotSender Sender;
-        ssize_t const nSize =
-            ReceiveDatagram(Endpoint, achHead, sizeof(achHead), achSpill, MSG_PEEK, Sender);
-        std::uint32_t ulLost = 0;
-        if (nSize < 0 ||
-            !IsNotice(achHead, sizeof(achHead), achSpill, static_cast<std::size_t>(nSize), ulLost))
-            return nSize < 0 ? -1 : static_cast<long>(nSize);
-        ReceiveDatagram(Endpoint, achHead, sizeof(achHead), achSpill, 0, Sender);
-        CountNotice(Endpoint, ulLost);
-    }
+    char cHead;
+    sMailSlotSender Sender;
+    ssize_t const nSize = ReceiveDatagram(Endpoint, &cHead, 1, MSG_PEEK, Sender);
+    return nSize < 0 ? -1 : static_cast<long>(nSize);
 }
 } // namespace
 
@@ -309,7 +379,22 @@ void * PLATFORM_CreateMailSlot(char const * szName)
         ::close(nSocket);
         return PLATFORM_INVALID_MAILSLOT;
     }
-    return NewEndpoint(nSocket, true, false, false, Address, nLength);
+    void * hSlot = NewEndpoint(nSocket, true, false, false, Address, nLength);
+    sMailSlotEndpoint * pEndpoint = Endpoint(hSlot);
+    if (pEndpoint == nullptr)
+        return PLATFORM_INVALID_MAILSLOT;
+    // The loss channel's queue of connections waits for the server; each client that
+    // lost messages holds one connection, and a new one only when the last is full.
+    sockaddr_un const Loss = LossAddress(Address);
+    pEndpoint->m_nLossSocket = ::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
+    if (pEndpoint->m_nLossSocket < 0 ||
+        ::bind(pEndpoint->m_nLossSocket, reinterpret_cast<sockaddr const *>(&Loss), nLength) != 0 ||
+        ::listen(pEndpoint->m_nLossSocket, SOMAXCONN) != 0)
+    {
+        PLATFORM_CloseMailSlot(hSlot);
+        return PLATFORM_INVALID_MAILSLOT;
+    }
+    return hSlot;
 }
 
 void * PLATFORM_OpenMailSlot(char const * szName)
@@ -356,7 +441,7 @@ bool PLATFORM_WriteMailSlot(void * hSlot, void const * pData, std::uint32_t ulSi
     {
         pEndpoint->m_bStuck = false;
         if (pEndpoint->m_ulUnreported > 0)
-            SendNotice(*pEndpoint);
+            ReportLosses(*pEndpoint);
         ulWritten = ulSize;
         return true;
     }
@@ -367,6 +452,7 @@ bool PLATFORM_WriteMailSlot(void * hSlot, void const * pData, std::uint32_t ulSi
         pEndpoint->m_bStuck = true;
         if (pEndpoint->m_ulUnreported < 0xFFFFFFFFu)
             ++pEndpoint->m_ulUnreported;
+        ReportLosses(*pEndpoint);
     }
     if (!pEndpoint->m_bBroadcast || eResult == SEND_FAILED)
         return false;
@@ -382,27 +468,16 @@ bool PLATFORM_ReadMailSlot(void * hSlot, void * pBuffer, std::uint32_t ulSize,
     sMailSlotEndpoint * pEndpoint = Endpoint(hSlot);
     if (pEndpoint == nullptr)
         return false;
-    for (;;)
-    {
-        char achSpill[NOTICE_SIZE];
-        sMailSlotSender Sender;
-        ssize_t const nSize = ReceiveDatagram(*pEndpoint, pBuffer, ulSize, achSpill, 0, Sender);
-        if (nSize < 0)
-            return false;
-        std::uint32_t ulLost = 0;
-        if (pEndpoint->m_bServer && IsNotice(static_cast<char const *>(pBuffer), ulSize, achSpill,
-                                             static_cast<std::size_t>(nSize), ulLost))
-        {
-            CountNotice(*pEndpoint, ulLost);
-            continue;
-        }
-        // With MSG_TRUNC the result is the full datagram length: longer means cut, and lost.
-        if (static_cast<std::size_t>(nSize) > ulSize)
-            return false;
-        pEndpoint->m_LastSender = Sender;
-        ulRead = static_cast<std::uint32_t>(nSize);
-        return true;
-    }
+    sMailSlotSender Sender;
+    ssize_t const nSize = ReceiveDatagram(*pEndpoint, pBuffer, ulSize, 0, Sender);
+    if (nSize < 0)
+        return false;
+    // With MSG_TRUNC the result is the full datagram length: longer means cut, and lost.
+    if (static_cast<std::size_t>(nSize) > ulSize)
+        return false;
+    pEndpoint->m_LastSender = Sender;
+    ulRead = static_cast<std::uint32_t>(nSize);
+    return true;
 }
 
 bool PLATFORM_GetMailSlotInfo(void * hSlot, std::uint32_t * pulMaxMessageSize,
@@ -447,7 +522,11 @@ bool PLATFORM_GetMailSlotSender(void * hSlot, sMailSlotSender & Sender)
 std::uint32_t PLATFORM_GetMailSlotLost(void * hSlot)
 {
     sMailSlotEndpoint * pEndpoint = Endpoint(hSlot);
-    return pEndpoint != nullptr ? pEndpoint->m_ulLost : 0;
+    if (pEndpoint == nullptr)
+        return 0;
+    if (pEndpoint->m_bServer)
+        TakeLossNotices(*pEndpoint);
+    return pEndpoint->m_ulLost;
 }
 
 void * PLATFORM_ShareMailSlot(void * hSlot)
@@ -467,8 +546,11 @@ bool PLATFORM_CloseMailSlot(void * hSlot)
     if (pEndpoint->m_nShares.fetch_sub(1) == 1)
     {
         // Losses not told yet are told now, or never.
-        if (pEndpoint->m_ulUnreported > 0 && pEndpoint->m_bConnected && !pEndpoint->m_bStuck)
-            SendNotice(*pEndpoint);
+        ReportLosses(*pEndpoint);
+        if (pEndpoint->m_nLossSocket >= 0)
+            ::close(pEndpoint->m_nLossSocket);
+        for (int nChannel : pEndpoint->m_vLossChannels)
+            ::close(nChannel);
         ::close(pEndpoint->m_nSocket);
         delete pEndpoint;
     }
