@@ -8,14 +8,11 @@
 
 #include <unistd.h>
 
-#include "common/exception/zrexception.h"
-#include "common/mailslot/zrmailslot.h"
 #include "logrecordtext.h"
+#include "mailslotmessage.h"
 
 namespace
 {
-std::string const s_sName = "\\\\.\\mailslot\\fuzz\\logmon\\" + std::to_string(::getpid());
-
 void CheckJson(std::string const & sJson)
 {
     if (sJson.size() < 2 || sJson.front() != '{' || sJson.back() != '}')
@@ -31,32 +28,10 @@ void CheckJson(std::string const & sJson)
 
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const * pData, std::size_t nSize)
 {
-    static CZRMailSlot s_Server;
-    static CZRMailSlot s_Client;
-    if (!s_Server.IsOpened())
-    {
-        s_Server.Open(s_sName.c_str(), true);
-        s_Client.Open(s_sName.c_str(), false);
-    }
-    std::uint32_t const ulSize = nSize > 400 ? 400 : static_cast<std::uint32_t>(nSize);
-    s_Client.BeginWrite();
-    s_Client.Write(pData, ulSize);
-    s_Client.EndWrite();
-
-    if (s_Server.GetMessageSize() != CZRMailSlot::MESSAGE_SIZE)
-        std::abort();
-    s_Server.BeginRead();
+    CZRMailSlot & Server = ReceiveAsMessage(pData, nSize, "logmon");
     sWireRecord Record;
-    try
-    {
-        DecodeRecord(s_Server, Record);
-    }
-    catch (CMailSlotException const & Error)
-    {
-        if (Error.GetErrorCode() != 5002)
-            std::abort();
+    if (!ReadsWithinTheBlock([&] { DecodeRecord(Server, Record); }))
         return 0;
-    }
     // The sender is this process, whatever the record claims.
     if (!Record.m_bSenderKnown ||
         Record.m_ulSenderProcessId != static_cast<std::uint32_t>(::getpid()))
