@@ -57,7 +57,9 @@ ssize_t WriteToFile(void * pCookie, char const * pBuffer, std::size_t nSize)
         nDone += static_cast<std::size_t>(nWritten);
         pState->m_llOffset += nWritten;
     }
-    return nDone > 0 || nSize == 0 ? static_cast<ssize_t>(nDone) : -1;
+    // A failure is told by a short count, 0 when nothing went out: glibc takes a negative
+    // count of a cookie stream as a count and reads past the caller's buffer behind it.
+    return static_cast<ssize_t>(nDone);
 }
 
 int SeekInFile(void * pCookie, off64_t * pllOffset, int nWhence)
