@@ -5,7 +5,7 @@
 // on Ctrl-C (SIGINT) or SIGTERM. Each record shows the process and user that really sent
 // it, as the system tells, and a record that claims another process id is marked. At
 // its end it tells how many records it took, showed, and knows it missed: senders that
-// had to drop records while it was there say so in a loss notice beside the records.
+// had to drop records while it was there say so in a loss notice, which outlives them.
 #include <csignal>
 #include <cstdint>
 #include <cstdio>
