@@ -146,16 +146,21 @@ public:
     CZRString const & GetRoot(std::int32_t lIndex) const;
 
     // Opens for reading: the name on disk, then through archives, then under each root.
+    // Raises 4002 when it is found nowhere (a null name, or all handles taken, too); a
+    // damaged archive on the way raises its own error (4006, 4010, 4014).
     std::uint32_t OpenFile(char const * szName);
-    // Creates or truncates a file on disk; null gives 0.
+    // Creates or truncates a file on disk; null gives 0. Raises 4001 when all handles
+    // are taken, 4005 when the file cannot be created.
     std::uint32_t CreateFile(char const * szPath);
-    // Opens a file on disk at its end, creating it; null gives 0.
+    // Opens a file on disk at its end, creating it; null gives 0. Raises 4001 when all
+    // handles are taken, 4015 when the file cannot be opened.
     std::uint32_t AppendFile(char const * szPath);
     // Closes the file and frees its handle; true. Raises 4008 for a handle that names no
     // open file.
     bool CloseFile(std::uint32_t ulHandle);
 
     // False at the end; a read past the end delivers what remains and gives true.
+    // Raises 4008 for a size of 0, 4006 when the stream fails to read.
     bool ReadFile(std::uint32_t ulHandle, void * pBuffer, std::uint32_t ulSize);
     // ReadFile of one byte into the low-order byte of *pChar.
     bool ReadChar(std::uint32_t ulHandle, int * pChar);
@@ -163,7 +168,8 @@ public:
     // one as Seek would take it there, but the stream keeps its buffer and asks the
     // system nothing. Raises as Seek does.
     bool UnreadChar(std::uint32_t ulHandle, int nChar);
-    // One line, its line end included, cut to ulSize - 1 bytes and terminated.
+    // One line, its line end included, cut to ulSize - 1 bytes and terminated. Unlike
+    // ReadFile it raises 4006 at the end of the file; 4008 for a size of 0.
     bool ReadLine(std::uint32_t ulHandle, char * pBuffer, std::uint32_t ulSize);
     // Writes at the position, growing the size when it passes the end. A size of 0 gives
     // true at once; raises 4008 for a bad handle, 4007 when the stream refuses the bytes
@@ -171,7 +177,8 @@ public:
     bool WriteFile(std::uint32_t ulHandle, void const * pBuffer, std::uint32_t ulSize);
     // Writes the low-order byte of nChar.
     bool WriteFile(std::uint32_t ulHandle, int nChar);
-    // Writes the text without terminator or line end.
+    // Writes the text without terminator or line end; raises 4008 for a null text, 4007
+    // when the write fails.
     bool WriteLine(std::uint32_t ulHandle, char const * szText);
     // Formatted text by the rules of printf; see VPrintf.
     bool Printf(std::uint32_t ulHandle, char const * szFormat, ...)
@@ -180,7 +187,8 @@ public:
     // format, 4007 when the write fails.
     bool VPrintf(std::uint32_t ulHandle, char const * szFormat, va_list pArgs);
 
-    // The end of the file is a valid target; no seek goes beyond it or before 0.
+    // The end of the file is a valid target; no seek goes beyond it or before 0: a
+    // target outside raises 4009, as does a failing seek of the stream.
     bool Seek(std::uint32_t ulHandle, std::uint32_t ulPosition);
     // lOffset bytes from the position, forward or back.
     bool SeekCurrent(std::uint32_t ulHandle, std::int32_t lOffset);
@@ -211,9 +219,16 @@ public:
     // Packs the directory szSource (its directory part says where it lies, its file-name
     // part without extension names it) into the file szArchive, ".arc" added unless it
     // has that extension. Changes the current directory while it works; events 4 and 1.
+    // Raises 4010 when the archive or a source file cannot be opened, 4006 or 4007 when
+    // one cannot be read or the archive written, 4012 or 4013 for a header or directory
+    // that cannot be written, 4016 for a directory it cannot change to; what was
+    // written so far stays, and the current directory stays where the walk was.
     bool CreateArchive(char const * szArchive, char const * szSource);
     // Unpacks szArchive into a new directory named like the archive, below the directory
-    // part of szTarget; false when the archive can't be registered. Events 3 and 2.
+    // part of szTarget; false when the archive cannot be registered (no such file, or
+    // the 256 archive records all taken). Events 3 and 2. A damaged archive raises its
+    // error (4006, 4014), a file that cannot be created 4005, a directory it cannot
+    // change to 4016; the files written so far stay.
     bool ExtractArchive(char const * szArchive, char const * szTarget);
     // Walks szSource as CreateArchive(szArchive, szSource) would, with the same searches
     // and the same changes of directory, and writes nothing: every name the archive

@@ -156,9 +156,12 @@ public:
     // The string's bytes, unchanged.
     virtual bool WriteConstAscii(CZRString const & sValue);
 
-    // Formatted text straight to the file, by the rules of printf.
+    // Formatted text straight to the file, by the rules of printf, not the text form.
+    // Raises 4501 without a file, 4007 when the write fails.
     virtual bool Printf(char const * szFormat, ...) __attribute__((format(printf, 2, 3)));
-    // One line into pBuffer of nSize bytes, without its line end.
+    // One line into pBuffer of nSize bytes, without its line end; CR LF, CR and LF end
+    // a line. False for a null buffer or a size of 0, and when the stream ends first:
+    // a last line without a line end arrives with false.
     virtual bool ReadLine(void * pBuffer, unsigned int nSize);
 
     // True while a file is open; raises nothing.
