@@ -92,10 +92,10 @@ struct sScans
 {
     std::mutex m_Lock;
     std::condition_variable m_Done;
-    std::map<unsigned long, std::set<std::string>> m_mFiles;
+    std::map<ZR_ULONG_PTR, std::set<std::string>> m_mFiles;
     int m_nEnded = 0;
 
-    static void Callback(eScannerMode eMode, sFileData * pData, unsigned long ulUser)
+    static void Callback(eScannerMode eMode, sFileData * pData, ZR_ULONG_PTR ulUser)
     {
         sScans * pScans = s_pScans;
         std::lock_guard<std::mutex> Hold(pScans->m_Lock);
@@ -123,7 +123,7 @@ TEST(Concurrency, ScansOnWorkerThreadsStartTogetherAndFindEveryFile)
     {
         CZRFileScanner Scanner;
         Scanner.AddScanDirectory(CZRString(Dir.Path().string().c_str()), CZRString("*.txt"));
-        for (unsigned long ulScan = 0; ulScan < THREADS; ++ulScan)
+        for (ZR_ULONG_PTR ulScan = 0; ulScan < THREADS; ++ulScan)
             Scanner.RunThread(sScans::Callback, ulScan, &Start);
         // The scanner may go while its workers wait: they scan copies.
     }

@@ -9,6 +9,7 @@
 
 #include "archivebuilder.h"
 #include "common/file/extendedfilesystem.h"
+#include "testos.h"
 #include "workdir.h"
 
 namespace fs = std::filesystem;
@@ -43,13 +44,7 @@ protected:
                            {{"town", ArchiveUnit({{"hall.dat", sHall}})}});
     }
 
-    static std::size_t OpenDescriptors()
-    {
-        std::size_t nCount = 0;
-        for (auto const & Entry : fs::directory_iterator("/proc/self/fd"))
-            nCount += Entry.is_symlink() ? 1 : 0;
-        return nCount;
-    }
+    static std::size_t OpenDescriptors() { return TEST_OpenHandles(); }
 };
 } // namespace
 

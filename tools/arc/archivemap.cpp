@@ -4,20 +4,15 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
-#include <memory>
-#include <strings.h>
+#include <fstream>
+
+#include "common/kernel/text.h"
 
 namespace
 {
 constexpr std::uint32_t HEADER_SIZE = 32;
 constexpr std::uint32_t RECORD_SIZE = 276;
 constexpr std::size_t MAX_DEPTH = 1000;
-
-struct sFileCloser
-{
-    void operator()(std::FILE * pFile) const { std::fclose(pFile); }
-};
-using FilePtr = std::unique_ptr<std::FILE, sFileCloser>;
 
 std::string Format(char const * szFormat, ...) __attribute__((format(printf, 1, 2)));
 std::string Format(char const * szFormat, ...)
@@ -37,10 +32,13 @@ std::uint32_t U32At(unsigned char const * pBytes)
            static_cast<std::uint32_t>(pBytes[3]) << 24;
 }
 
-bool ReadAt(std::FILE * pFile, std::uint64_t ullPosition, void * pBuffer, std::size_t nSize)
+// A stream's offsets have 64 bits on every system, where a C stream's (long) may not.
+bool ReadAt(std::ifstream & File, std::uint64_t ullPosition, void * pBuffer, std::size_t nSize)
 {
-    return ::fseeko(pFile, static_cast<off_t>(ullPosition), SEEK_SET) == 0 &&
-           std::fread(pBuffer, 1, nSize, pFile) == nSize;
+    File.clear();
+    File.seekg(static_cast<std::streamoff>(ullPosition));
+    File.read(static_cast<char *>(pBuffer), static_cast<std::streamsize>(nSize));
+    return File.gcount() == static_cast<std::streamsize>(nSize);
 }
 
 std::string UnitLabel(std::string const & sPath)
@@ -65,7 +63,7 @@ char const * NameProblem(unsigned char const * pRecord, std::string const & sNam
 class CInspector
 {
 public:
-    CInspector(std::FILE * pFile, sInspection & Result) : m_pFile(pFile), m_Result(Result) {}
+    CInspector(std::ifstream & File, sInspection & Result) : m_File(File), m_Result(Result) {}
 
     // Reads the unit at ullPosition, which has ullRoom bytes to lie in; false when its
     // directory couldn't be read.
@@ -76,7 +74,7 @@ public:
 private:
     void Problem(std::string const & sText) { m_Result.vProblems.push_back(sText); }
 
-    std::FILE * m_pFile;
+    std::ifstream & m_File;
     sInspection & m_Result;
 };
 
@@ -85,7 +83,7 @@ bool CInspector::ReadUnit(std::uint64_t ullPosition, std::uint64_t ullRoom,
 {
     std::string const sLabel = UnitLabel(sPath);
     unsigned char aHeader[HEADER_SIZE];
-    if (ullRoom < HEADER_SIZE || !ReadAt(m_pFile, ullPosition, aHeader, HEADER_SIZE))
+    if (ullRoom < HEADER_SIZE || !ReadAt(m_File, ullPosition, aHeader, HEADER_SIZE))
     {
         Problem(Format("%s: header cut short (%llu bytes where 32 are needed)", sLabel.c_str(),
                        static_cast<unsigned long long>(ullRoom)));
@@ -120,7 +118,7 @@ bool CInspector::ReadUnit(std::uint64_t ullPosition, std::uint64_t ullRoom,
                        static_cast<unsigned long long>(ullDirectoryEnd)));
     std::vector<unsigned char> vRecords(std::size_t{RECORD_SIZE} * Unit.ulEntryCount);
     if (!vRecords.empty() &&
-        !ReadAt(m_pFile, ullPosition + Unit.ulDirectoryOffset, vRecords.data(), vRecords.size()))
+        !ReadAt(m_File, ullPosition + Unit.ulDirectoryOffset, vRecords.data(), vRecords.size()))
     {
         Problem(sLabel + ": directory can't be read");
         return false;
@@ -253,14 +251,14 @@ void CInspector::CheckEntries(std::size_t nUnit)
 bool InspectArchive(std::string const & sPath, sInspection & Result)
 {
     Result = sInspection();
-    FilePtr pFile(std::fopen(sPath.c_str(), "rb"));
-    if (pFile == nullptr || ::fseeko(pFile.get(), 0, SEEK_END) != 0)
+    std::ifstream File(sPath, std::ios::binary);
+    if (!File.seekg(0, std::ios::end))
         return false;
-    off_t const llSize = ::ftello(pFile.get());
+    std::streamoff const llSize = File.tellg();
     if (llSize < 0)
         return false;
     Result.ullFileSize = static_cast<std::uint64_t>(llSize);
-    CInspector Inspector(pFile.get(), Result);
+    CInspector Inspector(File, Result);
     if (!Inspector.ReadUnit(0, Result.ullFileSize, ""))
         return true;
     if (Result.vUnits[0].ulSize != Result.ullFileSize)
@@ -286,7 +284,7 @@ sInspectedEntry const * FindMember(sInspection const & Inspection, std::string c
         sInspectedEntry const * pFound = nullptr;
         for (sInspectedEntry const & Entry : Inspection.vUnits[nUnit].vEntries)
         {
-            if (::strcasecmp(Entry.sName.c_str(), sPart.c_str()) == 0)
+            if (STR_stricmp(Entry.sName.c_str(), sPart.c_str()) == 0)
             {
                 pFound = &Entry;
                 break;

@@ -4,13 +4,13 @@
 #include <cstdio>
 #include <filesystem>
 #include <memory>
-#include <strings.h>
 
 #include "archivemap.h"
 #include "common/exception/zrexception.h"
 #include "common/file/extendedfilesystem.h"
 #include "common/file/fileio.h"
 #include "common/kernel/text.h"
+#include "common/platform/console.h"
 #include "progress.h"
 #include "shownname.h"
 #include "sourcecheck.h"
@@ -96,7 +96,7 @@ std::string ArchiveFileName(std::string const & sArchive)
     std::size_t const nDot = sArchive.rfind('.');
     bool const bHasArc = nDot != std::string::npos &&
                          (nPart == std::string::npos || nDot > nPart) &&
-                         ::strcasecmp(sArchive.c_str() + nDot, ".arc") == 0;
+                         STR_stricmp(sArchive.c_str() + nDot, ".arc") == 0;
     return bHasArc ? sArchive : sArchive + ".arc";
 }
 
@@ -371,6 +371,8 @@ int CommandCat(std::string const & sArchive, std::string const & sMember)
     sInspectedEntry const * pEntry = FindMember(Inspection, sPath);
     if (pEntry != nullptr && pEntry->ucDirectory != 0)
         return Fail(sMember + " is a directory in " + sFile);
+    // A member's bytes go out as they are, binary or not.
+    PLATFORM_MakeStdoutBinary();
 
     // The walk into archives starts in the current directory, at the archive's name.
     fs::path const Archive = fs::absolute(sFile);

@@ -75,6 +75,8 @@ int main(int argc, char ** argv)
     CLI::App App("Packs directory trees into .arc archives and unpacks them.", "arc");
     App.require_subcommand(1);
     App.fallthrough();
+    // "/name" is a member's path on every system, never an option in Windows' style.
+    App.allow_windows_style_options(false);
     sArguments Arguments;
     App.add_flag("-q,--quiet", Arguments.bQuiet, "no progress bar");
 

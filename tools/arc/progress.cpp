@@ -1,11 +1,11 @@
 #include "progress.h"
 
 #include <cstdio>
+#include <filesystem>
 #include <string>
-#include <sys/stat.h>
-#include <unistd.h>
 
 #include "common/file/extendedfilesystem.h"
+#include "common/platform/console.h"
 
 namespace
 {
@@ -14,14 +14,14 @@ constexpr int BAR_WIDTH = 30;
 bool IsDirectory(CExtendedFileSystem::sArchiveFileEvent const & Event)
 {
     std::string const sPath = std::string(Event.m_szDirectory) + "/" + Event.m_szFileName;
-    struct stat Status;
-    return ::stat(sPath.c_str(), &Status) == 0 && S_ISDIR(Status.st_mode);
+    std::error_code Error;
+    return std::filesystem::is_directory(sPath, Error);
 }
 } // namespace
 
 bool StderrIsTerminal()
 {
-    return ::isatty(STDERR_FILENO) == 1;
+    return PLATFORM_StderrIsTerminal();
 }
 
 CProgress::CProgress(bool bEnabled, char const * szVerb) : m_bEnabled(bEnabled), m_sVerb(szVerb) {}

@@ -235,6 +235,8 @@ int main(int nArgs, char ** aszArgs)
                  "values of one filter mean any of them; different filters must all match. "
                  "Ctrl-C ends it.",
                  "logmon"};
+    // Options look alike on every system.
+    App.allow_windows_style_options(false);
     App.add_option("-s,--slot", Options.m_sSlotName, "The mailslot to serve")
         ->capture_default_str();
     App.add_flag("-j,--json", Options.m_bJson,
