@@ -149,7 +149,9 @@ bool CTestProcess::Start(std::vector<std::string> const & vCommand)
     int anIn[2];
     int anOut[2];
     int anErr[2];
-    if (::pipe(anIn) != 0 || ::pipe(anOut) != 0 || ::pipe(anErr) != 0)
+    // The test's ends must not leak into later children, or a pipe never ends.
+    if (::pipe2(anIn, O_CLOEXEC) != 0 || ::pipe2(anOut, O_CLOEXEC) != 0 ||
+        ::pipe2(anErr, O_CLOEXEC) != 0)
         return false;
     std::vector<char *> vArgv = ArgvOf(vCommand);
     pid_t const nChild = ::fork();
