@@ -3,7 +3,6 @@
 // another process at the moments it chooses:
 //   log FILE LOG CONTEXT LINE LEVEL MESSAGE   one record (the line as unsigned 32 bits)
 //   burst LOG COUNT PREFIX                    COUNT records "PREFIX0", "PREFIX1", ...
-//   say TEXT                                  TEXT on stdout, when all before is sent
 //   exit                                      ends at once with 0, closing nothing
 // It ends with 0 at the end of its input, with 1 when logging raised.
 #include <cstdio>
@@ -42,13 +41,10 @@ bool Run(std::vector<std::string> const & vCommand)
         for (std::uint32_t ulRecord = 0; ulRecord < Number(vCommand[2]); ++ulRecord)
             _ZR_Log_Fn("a.src", vCommand[1].c_str(), "", 1, 0, LOG_MAILSLOT, 5, "%s%u",
                        vCommand[3].c_str(), ulRecord);
-    else if (vCommand[0] == "say" && vCommand.size() == 2)
-        std::printf("%s\n", vCommand[1].c_str());
     else if (vCommand[0] == "exit" && vCommand.size() == 1)
         std::_Exit(0);
     else
         return false;
-    std::fflush(stdout);
     return true;
 }
 } // namespace
