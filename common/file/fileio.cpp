@@ -19,65 +19,9 @@ namespace
 // as damage and reads as false, so that a bad length never allocates gigabytes. Below
 // it, a string cut off by the end keeps its stored length, as every cut value does.
 constexpr std::uint32_t MAX_STRING_OVERRUN = 1024 * 1024;
-
-// Copies of a stream name the same handle. For each handle of the file system: how many
-// streams name it, and whether one of them has closed it for all. Such a handle is dead
-// to every copy, but its slot is given back only when the last copy lets go of it, so
-// that no copy closes it twice or reaches a file opened later in the same slot.
-constexpr std::uint32_t HANDLE_COUNT = 257;
-std::uint32_t s_aulHolders[HANDLE_COUNT];
-bool s_abClosedForAll[HANDLE_COUNT];
-
-bool IsClosedForAll(std::uint32_t ulHandle)
-{
-    return ulHandle < HANDLE_COUNT && s_abClosedForAll[ulHandle];
-}
-
-void Hold(std::uint32_t ulHandle)
-{
-    if (ulHandle != 0 && ulHandle < HANDLE_COUNT)
-        ++s_aulHolders[ulHandle];
-}
-
-// Ends one stream's share of a handle closed for all; the last share frees the slot.
-void LetGo(std::uint32_t ulHandle)
-{
-    if (ulHandle == 0 || ulHandle >= HANDLE_COUNT)
-        return;
-    if (s_aulHolders[ulHandle] > 0)
-        --s_aulHolders[ulHandle];
-    if (s_aulHolders[ulHandle] == 0 && s_abClosedForAll[ulHandle])
-    {
-        s_abClosedForAll[ulHandle] = false;
-        g_FileSystem.CloseFile(ulHandle);
-    }
-}
 } // namespace
 
 CFileIO::CFileIO() : m_ulFileHandle(0), m_ulParsePos(0) {}
-
-CFileIO::CFileIO(CFileIO const & Other)
-    : m_ulFileHandle(Other.m_ulFileHandle), m_ulParsePos(Other.m_ulParsePos)
-{
-    Hold(m_ulFileHandle);
-}
-
-CFileIO & CFileIO::operator=(CFileIO const & Other)
-{
-    if (this == &Other)
-        return *this;
-    // The old handle goes as the destructor would let it go.
-    if (CFileIO::IsOpened())
-    {
-        CFileIO::Flush();
-        CFileIO::Close();
-    }
-    LetGo(m_ulFileHandle);
-    m_ulFileHandle = Other.m_ulFileHandle;
-    m_ulParsePos = Other.m_ulParsePos;
-    Hold(m_ulFileHandle);
-    return *this;
-}
 
 CFileIO::~CFileIO() noexcept(false)
 {
@@ -86,7 +30,6 @@ CFileIO::~CFileIO() noexcept(false)
         CFileIO::Flush();
         CFileIO::Close();
     }
-    LetGo(m_ulFileHandle);
 }
 
 bool CFileIO::Open(char const * szName, int nMode)
@@ -97,8 +40,6 @@ bool CFileIO::Open(char const * szName, int nMode)
         Flush();
         Close();
     }
-    LetGo(m_ulFileHandle);
-    m_ulFileHandle = 0;
     if ((nMode & FILEIO_READ) != 0)
         m_ulFileHandle = g_FileSystem.OpenFile(szName);
     else if ((nMode & FILEIO_CREATE) != 0)
@@ -107,8 +48,6 @@ bool CFileIO::Open(char const * szName, int nMode)
         m_ulFileHandle = g_FileSystem.AppendFile(szName);
     else
         ThrowException(4500, __LINE__, s_szSourceFile, "Invalid file mode specified.");
-    if (m_ulFileHandle > 0 && m_ulFileHandle < HANDLE_COUNT)
-        s_aulHolders[m_ulFileHandle] = 1;
     return m_ulFileHandle > 0;
 }
 
@@ -116,29 +55,16 @@ bool CFileIO::Close()
 {
     XfsSetupOnDemand();
     NeedFile(__LINE__);
-    if (m_ulFileHandle < HANDLE_COUNT && s_aulHolders[m_ulFileHandle] > 1)
-    {
-        // Copies name it still: closed for all of them, the slot kept until they let go.
-        g_FileSystem.Flush(m_ulFileHandle);
-        s_abClosedForAll[m_ulFileHandle] = true;
-        LetGo(m_ulFileHandle);
-        m_ulFileHandle = 0;
-        return true;
-    }
     bool const bClosed = g_FileSystem.CloseFile(m_ulFileHandle);
     if (bClosed)
-    {
-        if (m_ulFileHandle < HANDLE_COUNT)
-            s_aulHolders[m_ulFileHandle] = 0;
         m_ulFileHandle = 0;
-    }
     return bClosed;
 }
 
 bool CFileIO::Flush()
 {
     XfsSetupOnDemand();
-    if (!IsOpened())
+    if (m_ulFileHandle == 0)
         return false;
     return g_FileSystem.Flush(m_ulFileHandle);
 }
@@ -385,13 +311,13 @@ bool CFileIO::Printf(char const * szFormat, ...)
 bool CFileIO::IsOpened() const
 {
     XfsSetupOnDemand();
-    return m_ulFileHandle != 0 && !IsClosedForAll(m_ulFileHandle);
+    return m_ulFileHandle != 0;
 }
 
 bool CFileIO::IsEof() const
 {
     XfsSetupOnDemand();
-    if (!IsOpened())
+    if (m_ulFileHandle == 0)
         return false;
     return g_FileSystem.IsEof(m_ulFileHandle);
 }
@@ -440,7 +366,7 @@ void CFileIO::ThrowException(std::uint32_t ulCode, std::uint32_t ulLine, char co
 
 void CFileIO::NeedFile(std::uint32_t ulLine) const
 {
-    if (m_ulFileHandle == 0 || IsClosedForAll(m_ulFileHandle))
+    if (m_ulFileHandle == 0)
         ThrowException(4501, ulLine, s_szSourceFile, "No file is opened.");
 }
 

@@ -25,13 +25,13 @@ class COMMON_API CFileIO
 {
 public:
     CFileIO();
-    // A copy names the same handle; whichever closes it first invalidates the other,
-    // which then has no file open. The handle's slot stays taken until the last copy
-    // lets go of it, so that no copy closes it twice or reaches a file opened later.
-    CFileIO(CFileIO const & Other);
-    // Lets go of this object's own file first, as the destructor would.
-    CFileIO & operator=(CFileIO const & Other);
-    // Flushes and closes an open file. Nothing is caught on the way.
+    // A copy names the same handle; whichever closes it first invalidates the other.
+    CFileIO(CFileIO const & Other) = default;
+    // Takes Other's handle without closing its own: an open file of this stream stays
+    // open and unowned.
+    CFileIO & operator=(CFileIO const & Other) = default;
+    // Flushes and closes an open file. Nothing is caught on the way: a handle that a
+    // copy has closed already raises 4008 from here, and the host sees it.
     virtual ~CFileIO() noexcept(false);
 
     // Closes an open file first, then reads (1), creates (2) or appends (4); 4500 when
