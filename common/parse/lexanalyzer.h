@@ -21,13 +21,28 @@ enum eLexTokenType
     TT_RANGE = -54
 };
 
-// Orders keywords by CZRString::Compare, that is, byte-wise and with their case.
+// Orders keywords as CZRString::Compare does, that is, byte-wise as unsigned bytes up
+// to the terminator, with their case, a string without a block as the empty text. The
+// compare is spelt out here so that a look-up per word costs no call.
 struct sKeywordLess
 {
     // True when sLeft sorts before sRight.
     bool operator()(CZRString const & sLeft, CZRString const & sRight) const
     {
-        return sLeft.Compare(sRight.GetString()) < 0;
+        unsigned char const * pLeft = Bytes(sLeft);
+        unsigned char const * pRight = Bytes(sRight);
+        while (*pLeft != 0 && *pLeft == *pRight)
+        {
+            ++pLeft;
+            ++pRight;
+        }
+        return *pLeft < *pRight;
+    }
+
+    static unsigned char const * Bytes(CZRString const & sString)
+    {
+        char const * szText = sString.GetString() != nullptr ? sString.GetString() : "";
+        return reinterpret_cast<unsigned char const *>(szText);
     }
 };
 

@@ -1,6 +1,9 @@
 #include "common/parse/stringtokenizer.h"
 
+#include <climits>
+#include <cstdint>
 #include <cstring>
+#include <string>
 
 #include "common/kernel/check.h"
 
@@ -14,6 +17,35 @@ static int const s_nCommentSkipped = -1000000;
 // comments cannot exhaust the stack; a derived class still sees every token that
 // follows a comment in its own GetNextToken.
 static int const s_nMaxContinuationDepth = 32;
+
+// What a character of a class starts, the class bits tested in their order: a digit
+// wins over every other bit, a word character over a comment character, and so on.
+enum eScan
+{
+    SCAN_ORDINARY,
+    SCAN_NUMBER,
+    SCAN_WORD,
+    SCAN_COMMENT,
+    SCAN_QUOTED
+};
+
+static constexpr unsigned char ScanOfClass(int nType)
+{
+    return (nType & CT_DIGIT)     ? SCAN_NUMBER
+           : (nType & CT_ALPHA)   ? SCAN_WORD
+           : (nType & CT_COMMENT) ? SCAN_COMMENT
+           : (nType & CT_QUOTE)   ? SCAN_QUOTED
+                                  : SCAN_ORDINARY;
+}
+
+static constexpr unsigned char s_aucScanOfClass[32] = {
+    ScanOfClass(0),  ScanOfClass(1),  ScanOfClass(2),  ScanOfClass(3),  ScanOfClass(4),
+    ScanOfClass(5),  ScanOfClass(6),  ScanOfClass(7),  ScanOfClass(8),  ScanOfClass(9),
+    ScanOfClass(10), ScanOfClass(11), ScanOfClass(12), ScanOfClass(13), ScanOfClass(14),
+    ScanOfClass(15), ScanOfClass(16), ScanOfClass(17), ScanOfClass(18), ScanOfClass(19),
+    ScanOfClass(20), ScanOfClass(21), ScanOfClass(22), ScanOfClass(23), ScanOfClass(24),
+    ScanOfClass(25), ScanOfClass(26), ScanOfClass(27), ScanOfClass(28), ScanOfClass(29),
+    ScanOfClass(30), ScanOfClass(31)};
 
 // The peek character that stands for "nothing read ahead": the next scan begins by
 // reading a character. The blank would serve only while it is white space; with this
@@ -167,6 +199,73 @@ CZRString CStringTokenizer::GetStringValue() const
     }
 }
 
+// Builds a token's text in the block of the string value, which keeps its capacity from
+// token to token, so that a scan allocates nothing once the block is large enough. A
+// text that gets no byte leaves the value as it was, emptied by the scan.
+class CTokenTextWriter
+{
+public:
+    explicit CTokenTextWriter(CZRString & sValue)
+        : m_sValue(sValue), m_pBuffer(nullptr), m_nLength(0), m_nCapacity(0)
+    {
+    }
+
+    void Append(int nChar)
+    {
+        if (m_nLength == m_nCapacity)
+            Grow(1);
+        m_pBuffer[m_nLength++] = static_cast<char>(nChar);
+    }
+
+    void Append(unsigned char const * pBytes, int nCount)
+    {
+        if (nCount == 0)
+            return;
+        if (m_nCapacity - m_nLength < nCount)
+            Grow(nCount);
+        std::memcpy(m_pBuffer + m_nLength, pBytes, static_cast<std::size_t>(nCount));
+        m_nLength += nCount;
+    }
+
+    int GetLength() const { return m_nLength; }
+    unsigned char GetLast() const { return static_cast<unsigned char>(m_pBuffer[m_nLength - 1]); }
+    void DropLast() { --m_nLength; }
+
+    void Finish()
+    {
+        if (m_pBuffer != nullptr)
+            m_sValue.ReleaseBuffer(m_nLength);
+        m_pBuffer = nullptr;
+    }
+
+private:
+    // A larger block drops the old text, which is carried over here.
+    void Grow(int nMore)
+    {
+        std::int64_t llCapacity = 2 * static_cast<std::int64_t>(m_nCapacity);
+        if (llCapacity < 64)
+            llCapacity = 64;
+        if (llCapacity < static_cast<std::int64_t>(m_nLength) + nMore)
+            llCapacity = static_cast<std::int64_t>(m_nLength) + nMore;
+        if (llCapacity > INT_MAX - 2)
+            llCapacity = INT_MAX - 2;
+        std::string sKept;
+        if (m_pBuffer != nullptr)
+        {
+            sKept.assign(m_pBuffer, static_cast<std::size_t>(m_nLength));
+            m_sValue.ReleaseBuffer(m_nLength);
+        }
+        m_pBuffer = m_sValue.GetBuffer(static_cast<int>(llCapacity));
+        m_nCapacity = m_sValue.GetData()->m_nAllocLength;
+        std::memcpy(m_pBuffer, sKept.data(), sKept.size());
+    }
+
+    CZRString & m_sValue;
+    char * m_pBuffer;
+    int m_nLength;
+    int m_nCapacity;
+};
+
 // Returns the next byte as 0..255, or -1 for the end marker. Only the last byte of the
 // held copy is the marker, so that a byte 0xFF of the text itself is read as text.
 // Inline (and so hidden) keeps the per-byte calls off the shared library's call table.
@@ -229,13 +328,124 @@ void CStringTokenizer::ResetCharacterTypeTable()
     std::memset(m_acCharType, 0, sizeof(m_acCharType));
 }
 
+// The scans below read runs of bytes by index, with the reading point in locals, and
+// then step the reading point over the run at once: the same counting as GetChar byte by
+// byte, without storing it after every byte. They read from here only while the reading
+// point lies in the copy, marker included; elsewhere GetChar reads, and fails.
+inline unsigned char const * CStringTokenizer::Text() const
+{
+    return reinterpret_cast<unsigned char const *>(m_sOriginalString.GetString());
+}
+
+inline int CStringTokenizer::Marker() const
+{
+    return m_sOriginalString.GetLength() - 1;
+}
+
+inline bool CStringTokenizer::IsInCopy(int nPos) const
+{
+    return static_cast<unsigned int>(nPos) <= static_cast<unsigned int>(Marker());
+}
+
+// Moves the reading point from nFrom to nTo, both inside the copy, counting columns,
+// lines and the start of a line as GetChar does for each byte read; the marker counts as
+// any byte but a tab or a line feed, as it does there.
+void CStringTokenizer::StepOver(int nFrom, int nTo)
+{
+    unsigned char const * const pText = Text();
+    unsigned int uColumn = static_cast<unsigned int>(m_nColumnNumber);
+    unsigned int const uTabSize = static_cast<unsigned int>(m_nTabSize);
+    int nLine = m_nLineNumber;
+    bool bStartOfLine = m_bStartOfLine;
+    for (int nPos = nFrom; nPos < nTo; ++nPos)
+    {
+        unsigned char const ucChar = pText[nPos];
+        if (ucChar == 9)
+        {
+            uColumn += uTabSize - uColumn % uTabSize;
+            bStartOfLine = false;
+        }
+        else if (ucChar == 10)
+        {
+            ++nLine;
+            uColumn = 1;
+            bStartOfLine = true;
+        }
+        else
+        {
+            ++uColumn;
+            bStartOfLine = false;
+        }
+    }
+    m_nColumnNumber = static_cast<int>(uColumn);
+    m_nLineNumber = nLine;
+    m_bStartOfLine = bStartOfLine;
+    m_nPosInString = nTo;
+}
+
+// StepOver for a run that may hold any byte: one without a tab and a line feed, which
+// two searches tell, is counted by its length.
+void CStringTokenizer::StepOverRun(int nFrom, int nTo)
+{
+    unsigned char const * const pRun = Text() + nFrom;
+    std::size_t const nLength = static_cast<std::size_t>(nTo - nFrom);
+    if (std::memchr(pRun, 9, nLength) == nullptr && std::memchr(pRun, 10, nLength) == nullptr)
+    {
+        m_nPosInString = nFrom;
+        StepOverPlain(nTo);
+        return;
+    }
+    StepOver(nFrom, nTo);
+}
+
+// Ends a run that started at nFrom at the byte nStop: reads that byte as well and
+// returns it, -1 for the marker.
+inline int CStringTokenizer::TakeStop(int nFrom, int nStop)
+{
+    int const nChar = nStop < Marker() ? Text()[nStop] : -1;
+    StepOverRun(nFrom, nStop + 1);
+    return nChar;
+}
+
+// Counts a run from the reading point to nTo that holds neither a tab nor a line feed.
+inline void CStringTokenizer::StepOverPlain(int nTo)
+{
+    int const nCount = nTo - m_nPosInString;
+    if (nCount == 0)
+        return;
+    m_nColumnNumber = static_cast<int>(static_cast<unsigned int>(m_nColumnNumber) +
+                                       static_cast<unsigned int>(nCount));
+    m_bStartOfLine = false;
+    m_nPosInString = nTo;
+}
+
+// Reads on until a byte read is one of the two given or the marker; returns that byte.
+int CStringTokenizer::ReadUntil(int nStop1, int nStop2)
+{
+    int const nFrom = m_nPosInString;
+    if (!IsInCopy(nFrom))
+        return GetChar();
+    unsigned char const * const pText = Text();
+    int const nMarker = Marker();
+    int nPos = nFrom;
+    while (nPos < nMarker && pText[nPos] != nStop1 && pText[nPos] != nStop2)
+        ++nPos;
+    return TakeStop(nFrom, nPos);
+}
+
+// The text of the previous token is dropped where a token is decided (a word
+// overwrites it), so that a run of words costs no extra call.
+inline void CStringTokenizer::ClearValue()
+{
+    if (!m_sStringValue.IsEmpty())
+        m_sStringValue.Empty();
+}
+
 // One scan from the peek character: a token, or s_nCommentSkipped with the peek
 // character set for the scan behind the comment.
 int CStringTokenizer::ScanToken()
 {
     int nChar = m_nPeekChar;
-    if (!m_sStringValue.IsEmpty())
-        m_sStringValue.Empty();
     m_dNumValue = 0.0;
     if (nChar == s_nReadNext)
         nChar = GetChar();
@@ -251,12 +461,14 @@ int CStringTokenizer::ScanToken()
                 nChar = GetChar();
             if (m_bEOLIsSignificant)
             {
+                ClearValue();
                 m_nPeekChar = nChar;
                 return m_nTokenType = TT_EOL;
             }
         }
         else if (nChar == 10 && m_bEOLIsSignificant)
         {
+            ClearValue();
             m_nPeekChar = s_nReadNext;
             return m_nTokenType = TT_EOL;
         }
@@ -268,15 +480,23 @@ int CStringTokenizer::ScanToken()
             return EndOfInput();
     }
 
-    int const nType = GetCharType(nChar);
-    if (nType & CT_DIGIT)
-        return ScanNumber(nChar);
-    if (nType & CT_ALPHA)
-        return ScanWord(nChar);
-    if (nType & CT_COMMENT)
-        return SkipToLineEnd();
-    if (m_bAllowStringHandling && (nType & CT_QUOTE))
-        return ScanQuotedString(nChar);
+    // One jump on the class, in place of a test per class bit, each of which a text that
+    // mixes its tokens would see go either way.
+    switch (s_aucScanOfClass[GetCharType(nChar) & 31])
+    {
+        case SCAN_NUMBER:
+            return ScanNumber(nChar);
+        case SCAN_WORD:
+            return ScanWord(nChar);
+        case SCAN_COMMENT:
+            return SkipToLineEnd();
+        case SCAN_QUOTED:
+            if (m_bAllowStringHandling)
+                return ScanQuotedString(nChar);
+            break;
+        default:
+            break;
+    }
     if (nChar == '{' && m_bAllowPascalComments)
         return SkipPascalComment();
     if (nChar == '/' && (m_bAllowSlashSlashComments || m_bAllowSlashStarComments))
@@ -286,6 +506,7 @@ int CStringTokenizer::ScanToken()
             return SkipSlashStarComment();
         if (nChar == '/' && m_bAllowSlashSlashComments)
             return SkipToLineEnd();
+        ClearValue();
         m_nPeekChar = nChar;
         return m_nTokenType = '/';
     }
@@ -296,9 +517,11 @@ int CStringTokenizer::ScanToken()
         nChar = GetChar();
         if (nChar == '!')
             return ScanTextBlock();
+        ClearValue();
         m_nPeekChar = nChar;
         return m_nTokenType = '{';
     }
+    ClearValue();
     m_nPeekChar = s_nReadNext;
     return m_nTokenType = nChar;
 }
@@ -307,33 +530,44 @@ int CStringTokenizer::ScanToken()
 // that no later scan reads past the end marker.
 int CStringTokenizer::EndOfInput()
 {
+    ClearValue();
     m_nPeekChar = -1;
     return m_nTokenType = TT_EOF;
 }
 
 int CStringTokenizer::ScanNumber(int nChar)
 {
-    double dValue = 0.0;
+    double dValue = nChar - '0';
     int nFractionDigits = 0;
     bool bPoint = false;
-    for (;;)
+    // Digits and one point hold no tab and no line feed: the run is counted at once, and
+    // the byte that ends it is read as any.
+    int nPos = m_nPosInString;
+    if (IsInCopy(nPos))
     {
-        if (nChar == '.' && !bPoint)
+        unsigned char const * const pText = Text();
+        int const nMarker = Marker();
+        for (; nPos < nMarker; ++nPos)
         {
-            bPoint = true;
+            int const nDigit = pText[nPos];
+            if (nDigit >= '0' && nDigit <= '9')
+            {
+                dValue = dValue * 10.0 + (nDigit - '0');
+                if (bPoint)
+                    ++nFractionDigits;
+            }
+            else if (nDigit != '.' || bPoint)
+            {
+                break;
+            }
+            else
+            {
+                bPoint = true;
+            }
         }
-        else if (nChar >= '0' && nChar <= '9')
-        {
-            dValue = dValue * 10.0 + (nChar - '0');
-            if (bPoint)
-                ++nFractionDigits;
-        }
-        else
-        {
-            break;
-        }
-        nChar = GetChar();
+        StepOverPlain(nPos);
     }
+    nChar = GetChar();
     m_nPeekChar = nChar;
 
     // No digit is dropped: past some 308 digits the value is infinite, and with a
@@ -353,9 +587,12 @@ int CStringTokenizer::ScanNumber(int nChar)
         m_nPeekChar = '.';
         bPoint = false;
     }
+    ClearValue();
     m_dNumValue = dValue;
     return m_nTokenType = bPoint ? TT_FLOAT : TT_NUMBER;
 }
+
+static int const s_nWideCopy = 16;
 
 int CStringTokenizer::ScanWord(int nChar)
 {
@@ -363,19 +600,35 @@ int CStringTokenizer::ScanWord(int nChar)
     // is copied in one piece once its end is found.
     char const cFirst = static_cast<char>(nChar);
     int const nRestStart = m_nPosInString;
-    int nType = 0;
-    do
+    int nRestEnd = nRestStart;
+    if (IsInCopy(nRestStart))
     {
-        nChar = GetChar();
-        nType = nChar < 0 ? CT_WHITESPACE : GetCharType(nChar);
-    } while (nType & (CT_DIGIT | CT_ALPHA));
+        unsigned char const * const pText = Text();
+        int const nMarker = Marker();
+        while (nRestEnd < nMarker && (m_acCharType[pText[nRestEnd]] & (CT_DIGIT | CT_ALPHA)) != 0)
+            ++nRestEnd;
+        // Unless the caller has made the tab or the line feed a word character, the run
+        // holds neither, and its count is its length.
+        if (((m_acCharType[9] | m_acCharType[10]) & (CT_DIGIT | CT_ALPHA)) == 0)
+            StepOverPlain(nRestEnd);
+        else
+            StepOver(nRestStart, nRestEnd);
+    }
+    nChar = GetChar();
     m_nPeekChar = nChar;
 
-    int const nRestLength = m_nPosInString - 1 - nRestStart;
-    char * pBuffer = m_sStringValue.GetBuffer(1 + nRestLength);
+    // A short word is copied as 16 bytes where the copy holds them, a copy of one
+    // length for every word, and then cut to its length.
+    int const nRestLength = nRestEnd - nRestStart;
+    char const * const pRest = m_sOriginalString.GetString() + nRestStart;
+    bool const bWide =
+        nRestLength < s_nWideCopy && m_sOriginalString.GetLength() - nRestStart >= s_nWideCopy;
+    char * pBuffer = m_sStringValue.GetBuffer(bWide ? s_nWideCopy : 1 + nRestLength);
     pBuffer[0] = cFirst;
-    std::memcpy(pBuffer + 1, m_sOriginalString.GetString() + nRestStart,
-                static_cast<std::size_t>(nRestLength));
+    if (bWide)
+        std::memcpy(pBuffer + 1, pRest, s_nWideCopy);
+    else
+        std::memcpy(pBuffer + 1, pRest, static_cast<std::size_t>(nRestLength));
     m_sStringValue.ReleaseBuffer(1 + nRestLength);
     if (m_bForceLowerCaseMode)
         m_sStringValue.MakeLower();
@@ -384,131 +637,168 @@ int CStringTokenizer::ScanWord(int nChar)
 
 int CStringTokenizer::ScanQuotedString(int nQuote)
 {
-    std::string sText;
+    ClearValue();
     m_nTokenType = nQuote;
     m_nPeekChar = s_nReadNext;
+    int const nFrom = m_nPosInString;
+    if (!IsInCopy(nFrom))
+    {
+        // Nothing can be read here: the string is over.
+        GetChar();
+        m_nPeekChar = -1;
+        return m_nTokenType;
+    }
+    unsigned char const * const pText = Text();
+    int const nMarker = Marker();
+    CTokenTextWriter Writer(m_sStringValue);
+    int nPos = nFrom;
     bool bOpen = true;
     while (bOpen)
     {
-        int nChar = GetChar();
-        if (nChar < 0)
+        // The bytes up to the next one that ends the string or starts an escape go into
+        // the text as they are.
+        int const nRunStart = nPos;
+        while (nPos < nMarker && pText[nPos] != nQuote && pText[nPos] != '\\' &&
+               pText[nPos] != 10 && pText[nPos] != 13)
+            ++nPos;
+        Writer.Append(pText + nRunStart, nPos - nRunStart);
+        if (nPos == nMarker)
         {
+            ++nPos;
             m_nPeekChar = -1;
             break;
         }
-        if (nChar == nQuote || nChar == 10 || nChar == 13)
+        if (pText[nPos++] != '\\')
             break;
-        if (nChar == '\\')
+        int nChar = nPos < nMarker ? pText[nPos] : -1;
+        ++nPos;
+        switch (nChar)
         {
-            nChar = GetChar();
-            switch (nChar)
-            {
-                case -1:
-                    m_nPeekChar = -1;
-                    bOpen = false;
-                    continue;
-                case 'a':
-                    nChar = 7;
-                    break;
-                case 'b':
-                    nChar = 8;
-                    break;
-                case 'f':
-                    nChar = 12;
-                    break;
-                case 'n':
-                    nChar = 10;
-                    break;
-                case 'r':
-                    nChar = 13;
-                    break;
-                case 't':
-                    nChar = 9;
-                    break;
-                case 'v':
-                    nChar = 11;
-                    break;
-                case '0':
-                case '1':
-                case '2':
-                case '3':
-                case '4':
-                case '5':
-                case '6':
-                case '7':
-                    bOpen = ScanOctalEscape(nChar - '0', sText);
-                    continue;
-                default:
-                    break;
-            }
+            case -1:
+                m_nPeekChar = -1;
+                bOpen = false;
+                continue;
+            case 'a':
+                nChar = 7;
+                break;
+            case 'b':
+                nChar = 8;
+                break;
+            case 'f':
+                nChar = 12;
+                break;
+            case 'n':
+                nChar = 10;
+                break;
+            case 'r':
+                nChar = 13;
+                break;
+            case 't':
+                nChar = 9;
+                break;
+            case 'v':
+                nChar = 11;
+                break;
+            case '0':
+            case '1':
+            case '2':
+            case '3':
+            case '4':
+            case '5':
+            case '6':
+            case '7':
+                bOpen = ScanOctalEscape(nChar - '0', nPos, Writer);
+                continue;
+            default:
+                break;
         }
-        sText += static_cast<char>(nChar);
+        Writer.Append(nChar);
     }
-    SetStringValue(sText);
+    Writer.Finish();
+    StepOverRun(nFrom, nPos);
     return m_nTokenType;
 }
 
-// Reads the rest of an octal escape whose first digit is read and appends its byte and
-// whatever ended it; false when the string is over.
-bool CStringTokenizer::ScanOctalEscape(int nFirstDigit, std::string & sText)
+// Reads the rest of an octal escape whose first digit is read, from nPos on, and appends
+// its byte and whatever ended it; false when the string is over.
+bool CStringTokenizer::ScanOctalEscape(int nFirstDigit, int & nPos, CTokenTextWriter & Writer)
 {
+    unsigned char const * const pText = Text();
+    int const nMarker = Marker();
     int nValue = nFirstDigit;
     for (int nDigits = 1;; ++nDigits)
     {
-        int const nChar = GetChar();
+        int const nChar = nPos < nMarker ? pText[nPos] : -1;
+        ++nPos;
         if (nChar < 0)
         {
             // The escape's value is kept; nothing is appended for the end marker.
-            sText += static_cast<char>(nValue & 0xFF);
+            Writer.Append(nValue & 0xFF);
             m_nPeekChar = -1;
             return false;
         }
-        if (GetCharType(nChar) & CT_QUOTE)
+        if (m_acCharType[nChar] & CT_QUOTE)
         {
-            sText += static_cast<char>(nValue & 0xFF);
+            Writer.Append(nValue & 0xFF);
             return false;
         }
         if (nChar < '0' || nChar > '7')
         {
-            sText += static_cast<char>(nValue & 0xFF);
-            sText += static_cast<char>(nChar);
+            Writer.Append(nValue & 0xFF);
+            Writer.Append(nChar);
             return true;
         }
         nValue = nValue * 8 + (nChar - '0');
         if (nDigits == 2)
         {
-            sText += static_cast<char>(nValue & 0xFF);
+            Writer.Append(nValue & 0xFF);
             return true;
         }
     }
 }
 
 // The opening "{!" is read. Leading white space always stays in the text, also when
-// the caller has declared '!' white space.
+// the caller has declared '!' white space. Every byte up to the closing "!}" is text as
+// it stands, a '!' and the byte behind it included, so that the text is one piece of the
+// copy once the close is found.
 int CStringTokenizer::ScanTextBlock()
 {
-    std::string sText;
+    ClearValue();
+    int const nFrom = m_nPosInString;
+    if (!IsInCopy(nFrom))
+    {
+        GetChar();
+        return EndOfInput();
+    }
+    unsigned char const * const pText = Text();
+    int const nMarker = Marker();
+    int nPos = nFrom;
     for (;;)
     {
-        int nChar = GetChar();
-        if (nChar < 0)
-            return EndOfInput();
-        if (nChar == '!')
+        while (nPos < nMarker && pText[nPos] != '!')
+            ++nPos;
+        // The marker, or a '!' with the marker behind it: the input ends in the block.
+        if (nPos >= nMarker - 1)
         {
-            int const nNext = GetChar();
-            if (nNext == '}')
-                break;
-            if (nNext < 0)
-                return EndOfInput();
-            sText += '!';
-            nChar = nNext;
+            StepOver(nFrom, nMarker + 1);
+            return EndOfInput();
         }
-        sText += static_cast<char>(nChar);
+        if (pText[nPos + 1] == '}')
+            break;
+        nPos += 2;
     }
-    while (!sText.empty() &&
-           m_acCharType[static_cast<unsigned char>(sText.back())] == CT_WHITESPACE)
-        sText.pop_back();
-    SetStringValue(sText);
+    StepOverRun(nFrom, nPos + 2);
+
+    int nEnd = nPos;
+    while (nEnd > nFrom && m_acCharType[pText[nEnd - 1]] == CT_WHITESPACE)
+        --nEnd;
+    int const nLength = nEnd - nFrom;
+    if (nLength > 0)
+    {
+        char * pBuffer = m_sStringValue.GetBuffer(nLength);
+        std::memcpy(pBuffer, pText + nFrom, static_cast<std::size_t>(nLength));
+        m_sStringValue.ReleaseBuffer(nLength);
+    }
     m_nPeekChar = s_nReadNext;
     return m_nTokenType = TT_TEXT;
 }
@@ -517,21 +807,13 @@ int CStringTokenizer::ScanTextBlock()
 // significant line end behind the comment is still delivered.
 int CStringTokenizer::SkipToLineEnd()
 {
-    int nChar = 0;
-    do
-        nChar = GetChar();
-    while (nChar != 10 && nChar != 13 && nChar >= 0);
-    m_nPeekChar = nChar;
+    m_nPeekChar = ReadUntil(10, 13);
     return s_nCommentSkipped;
 }
 
 int CStringTokenizer::SkipPascalComment()
 {
-    int nChar = 0;
-    do
-        nChar = GetChar();
-    while (nChar != '}' && nChar >= 0);
-    if (nChar < 0)
+    if (ReadUntil('}', '}') < 0)
         return EndOfInput();
     m_nPeekChar = s_nReadNext;
     return s_nCommentSkipped;
@@ -539,30 +821,30 @@ int CStringTokenizer::SkipPascalComment()
 
 int CStringTokenizer::SkipSlashStarComment()
 {
-    int nPrevious = 0;
+    // The '*' of the opening pair doesn't count: the closing '*' is read after it.
+    int const nFrom = m_nPosInString;
+    if (!IsInCopy(nFrom))
+    {
+        GetChar();
+        return EndOfInput();
+    }
+    unsigned char const * const pText = Text();
+    int const nMarker = Marker();
+    int nPos = nFrom;
     for (;;)
     {
-        int const nChar = GetChar();
-        if (nChar < 0)
+        while (nPos < nMarker && pText[nPos] != '/')
+            ++nPos;
+        if (nPos == nMarker)
+        {
+            StepOver(nFrom, nMarker + 1);
             return EndOfInput();
-        if (nChar == '/' && nPrevious == '*')
+        }
+        ++nPos;
+        if (nPos - 1 > nFrom && pText[nPos - 2] == '*')
             break;
-        nPrevious = nChar;
     }
+    StepOverRun(nFrom, nPos);
     m_nPeekChar = s_nReadNext;
     return s_nCommentSkipped;
-}
-
-// Copies the bytes as they are, NUL bytes included.
-void CStringTokenizer::SetStringValue(std::string const & sText)
-{
-    int const nLength = static_cast<int>(sText.size());
-    if (nLength == 0)
-    {
-        m_sStringValue.Empty();
-        return;
-    }
-    char * pBuffer = m_sStringValue.GetBuffer(nLength);
-    std::memcpy(pBuffer, sText.data(), sText.size());
-    m_sStringValue.ReleaseBuffer(nLength);
 }

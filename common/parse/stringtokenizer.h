@@ -32,6 +32,8 @@ enum eCharType
     CT_COMMENT = 16
 };
 
+class CTokenTextWriter;
+
 class COMMON_API CStringTokenizer
 {
 public:
@@ -135,17 +137,26 @@ private:
     void ParseNumbers();
     void ResetCharacterTypeTable();
 
+    unsigned char const * Text() const;
+    int Marker() const;
+    bool IsInCopy(int nPos) const;
+    void StepOver(int nFrom, int nTo);
+    void StepOverPlain(int nTo);
+    void StepOverRun(int nFrom, int nTo);
+    int TakeStop(int nFrom, int nStop);
+    int ReadUntil(int nStop1, int nStop2);
+
+    void ClearValue();
     int ScanToken();
     int EndOfInput();
     int ScanNumber(int nChar);
     int ScanWord(int nChar);
     int ScanQuotedString(int nQuote);
-    bool ScanOctalEscape(int nFirstDigit, std::string & sText);
+    bool ScanOctalEscape(int nFirstDigit, int & nPos, CTokenTextWriter & Writer);
     int ScanTextBlock();
     int SkipToLineEnd();
     int SkipPascalComment();
     int SkipSlashStarComment();
-    void SetStringValue(std::string const & sText);
 
     int m_nPosInString; // index of the next byte that GetChar reads
 

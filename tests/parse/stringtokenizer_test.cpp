@@ -213,6 +213,112 @@ TEST(StringTokenizer, LinesAndColumnsWithTabs)
     EXPECT_EQ(Wide.GetColumnNumber(), 16);
 }
 
+// Shows the text of the current token as the tokenizer holds it.
+class CHeldValue : public CStringTokenizer
+{
+public:
+    CHeldValue(char const * szText) : CStringTokenizer(szText) {}
+    std::string Value() const
+    {
+        char const * szValue = m_sStringValue.GetString();
+        return szValue != nullptr ? std::string(szValue, m_sStringValue.GetLength()) : "";
+    }
+};
+
+// Line, column and start of line of a reading point, counted byte by byte from the start
+// of the text: a tab to the next multiple of the tab size, a line feed to column 1 of
+// the next line, the end marker like any other byte.
+struct sPlace
+{
+    int m_nLine = 1;
+    int m_nColumn = 1;
+    bool m_bStartOfLine = true;
+};
+
+sPlace PlaceAt(std::string const & sText, int nPos, int nTabSize)
+{
+    sPlace Place;
+    for (int nIndex = 0; nIndex < nPos; ++nIndex)
+    {
+        char const cChar = nIndex < static_cast<int>(sText.size()) ? sText[nIndex] : '\xff';
+        Place.m_bStartOfLine = cChar == '\n';
+        if (cChar == '\t')
+            Place.m_nColumn += nTabSize - Place.m_nColumn % nTabSize;
+        else if (cChar == '\n')
+        {
+            Place.m_nColumn = 1;
+            ++Place.m_nLine;
+        }
+        else
+            ++Place.m_nColumn;
+    }
+    return Place;
+}
+
+TEST(StringTokenizer, CountersFollowEveryByteReadInRuns)
+{
+    // Runs of every kind of token that hold tabs and line feeds: words (with both made
+    // word characters), strings (a tab, an escaped line feed, an octal escape ended by
+    // a line feed), comments, text blocks, white space.
+    char const * const aszTexts[] = {
+        "ab\tc\nd e\t\tf\n",
+        "\"a\tb\\\nc\" x \"\\1\nq\" 12.5\t\"tab\tend",
+        "x /* one\n\ttwo\n */ y // to the end\t\nz\t/**/w",
+        "{! a\n\t!b !} {!\n!!} c {! open\t",
+        "\t \t\n\n  \t123 \t\n",
+    };
+    for (char const * szText : aszTexts)
+    {
+        for (int nTabSize : {1, 4, 5})
+        {
+            CStringTokenizer Tokenizer(szText);
+            Tokenizer.AllowTextBlocks(true);
+            Tokenizer.SetTabSize(nTabSize);
+            Tokenizer.WordChars('\t', '\t');
+            Tokenizer.WordChars('\n', '\n');
+            for (int nGuard = 0; nGuard < 100; ++nGuard)
+            {
+                int const nToken = Tokenizer.GetNextToken();
+                sPlace const Place = PlaceAt(szText, Tokenizer.GetPosInString(), nTabSize);
+                EXPECT_EQ(Tokenizer.GetLineNumber(), Place.m_nLine) << szText;
+                EXPECT_EQ(Tokenizer.GetColumnNumber(), Place.m_nColumn) << szText;
+                EXPECT_EQ(Tokenizer.IsStartOfLine(), Place.m_bStartOfLine) << szText;
+                if (nToken == TT_EOF)
+                    break;
+            }
+        }
+    }
+}
+
+TEST(StringTokenizer, TextOfATokenLongerThanTheLastAndAfterIt)
+{
+    // A string far longer than any before it, with escapes spread over it, keeps every
+    // byte; the tokens behind it hold their own text only.
+    std::string sLong;
+    std::string sExpected;
+    for (int nIndex = 0; nIndex < 300; ++nIndex)
+    {
+        sLong += "abc\\t";
+        sExpected += "abc\t";
+    }
+    CHeldValue Tokenizer(("\"" + sLong + "\" ab + \"x\" 7 cd \"\"").c_str());
+    EXPECT_EQ(Tokenizer.GetNextToken(), '"');
+    EXPECT_EQ(Tokenizer.Value(), sExpected);
+    EXPECT_EQ(Tokenizer.GetNextToken(), TT_WORD);
+    EXPECT_EQ(Tokenizer.Value(), "ab");
+    EXPECT_EQ(Tokenizer.GetNextToken(), '+');
+    EXPECT_EQ(Tokenizer.Value(), "");
+    EXPECT_EQ(Tokenizer.GetNextToken(), '"');
+    EXPECT_EQ(Tokenizer.Value(), "x");
+    EXPECT_EQ(Tokenizer.GetNextToken(), TT_NUMBER);
+    EXPECT_EQ(Tokenizer.Value(), "");
+    EXPECT_EQ(Tokenizer.GetNextToken(), TT_WORD);
+    EXPECT_EQ(Tokenizer.GetNextToken(), '"');
+    EXPECT_EQ(Tokenizer.Value(), "");
+    EXPECT_EQ(Tokenizer.GetNextToken(), TT_EOF);
+    EXPECT_EQ(Tokenizer.Value(), "");
+}
+
 TEST(StringTokenizer, PushBackRewindAndCopy)
 {
     CStringTokenizer Tokenizer("alpha + 2");
