@@ -81,7 +81,6 @@ bool CExtendedFileSystem::ExtractArchive(char const * szArchive, char const * sz
         PLATFORM_GetCurrentDirectory(szSaved, sizeof(szSaved)) == nullptr ||
         PLATFORM_ChangeDirectory(szTargetDirectory) == -1)
         ThrowException(4016, __LINE__, s_szSourceFile, s_szChangeDirectoryError);
-    CArchiveBufferRelease const Release;
     RecursiveArchiveExtract(szFileName, pArchive);
     if (PLATFORM_ChangeDirectory(szSaved) == -1)
         ThrowException(4016, __LINE__, s_szSourceFile, s_szChangeDirectoryError);
@@ -177,13 +176,24 @@ void CExtendedFileSystem::ExtractEntry(sArchiveInfo const * pArchive, sArchiveEn
     if (nFile == -1)
         ThrowException(4005, __LINE__, s_szSourceFile, s_szCreateError);
 
-    CArchiveData Data;
-    bool const bRead = Source.Read(ullFrom, ulSize, Data);
-    bool const bWritten =
-        bRead && (ulSize == 0 || PLATFORM_WriteFileData(nFile, Data.Get(), ulSize));
+    // Bytes in the unit's view are written from it; others are copied from file to file
+    // in pieces, so that no entry is held in memory whole whatever its size.
+    bool bRead = true;
+    bool bWritten = true;
+    if (void const * const pView = Source.ViewOf(ullFrom, ulSize))
+    {
+        bWritten = PLATFORM_WriteFileData(nFile, pView, ulSize);
+    }
+    else if (ulSize > 0)
+    {
+        std::uint64_t ullCopied = 0;
+        eFileCopy const eCopy =
+            PLATFORM_CopyFileData(Source.File(), ullFrom, ulSize, nFile, ullCopied);
+        bRead = eCopy != FILECOPY_SHORT_READ;
+        bWritten = eCopy == FILECOPY_DONE;
+    }
     bool const bClosed = PLATFORM_CloseFileDescriptor(nFile);
-    bool const bPlaced =
-        bRead && bWritten && bClosed && PLATFORM_ReplaceFile(szPartName, pEntry->m_szName);
+    bool const bPlaced = bWritten && bClosed && PLATFORM_ReplaceFile(szPartName, pEntry->m_szName);
     if (!bPlaced)
         PLATFORM_RemoveFile(szPartName);
     // Short reads and writes raise here, as they do in creation.

@@ -92,11 +92,48 @@ ZR_LONG_PTR FindFirst(char const * szMask, sFindData & Data)
     return reinterpret_cast<ZR_LONG_PTR>(hSearch);
 }
 
+bool NextEntry(void * hSearch, sFindData & Data, bool & bHit)
+{
+    char const * szName = nullptr;
+    bool bDirectory = false;
+    if (!PLATFORM_NextDirSearchEntry(hSearch, szName, bDirectory, bHit))
+        return false;
+    Data.m_ulAttribute = bDirectory ? FIND_ATTRIBUTE_DIRECTORY : 0;
+    Data.m_ullSize = 0;
+    ARCHIVE_CopyTextCut(Data.m_szName, sizeof(Data.m_szName), szName);
+    return true;
+}
+
 // The end of a search releases the platform's search as well as forgetting it.
 void EndSearch(ZR_LONG_PTR hFind)
 {
     if (hFind != -1)
         PLATFORM_CloseDirSearch(SearchOf(hFind));
+}
+
+// The survey's step through the search: as FindFiles, asking for the size, but also
+// stopping at the names that the search leaves out, with bHit false.
+char * SurveyStep(char const * szMask, bool & bDirectory, bool & bHit, std::uint64_t & ullSize)
+{
+    if (szMask != nullptr)
+    {
+        void * const hSearch = PLATFORM_OpenDirSearch("", szMask);
+        if (hSearch == nullptr)
+            return nullptr;
+        s_hFind = reinterpret_cast<ZR_LONG_PTR>(hSearch);
+    }
+    if (s_hFind == -1)
+        return nullptr;
+    if (!NextEntry(SearchOf(s_hFind), s_sFindData, bHit))
+    {
+        EndSearch(s_hFind);
+        s_hFind = -1;
+        return nullptr;
+    }
+    bDirectory = (s_sFindData.m_ulAttribute & FIND_ATTRIBUTE_DIRECTORY) != 0;
+    s_sFindData.m_ullSize = PLATFORM_GetDirSearchHitSize(SearchOf(s_hFind));
+    ullSize = s_sFindData.m_ullSize;
+    return s_sFindData.m_szName;
 }
 
 // A search put aside while a nested unit runs searches of its own: handed back when
@@ -305,12 +342,75 @@ std::uint64_t HitSize()
     return s_sFindData.m_ullSize;
 }
 
-// A view of the file goes past the stream's buffer, whose copy would touch it.
-std::size_t WriteData(CArchiveData const & Data, std::uint32_t ulSize, std::FILE * pStream)
+// The bytes of one source file on their way into the archive. They are written as they
+// are read, ahead of the event that announces their write, so that no file is held in
+// memory whole. Until they are kept, an error that leaves the file's packing cuts them
+// off again: the archive then holds what it would if the whole file had been read
+// before the event and written after it.
+class CPendingData
 {
-    if (Data.IsView())
-        return PLATFORM_WriteStreamThrough(Data.Get(), ulSize, pStream);
-    return PLATFORM_WriteStream(Data.Get(), ulSize, pStream);
+public:
+    CPendingData(std::FILE * pStream, std::uint64_t ullFrom)
+        : m_pStream(pStream), m_ullFrom(ullFrom)
+    {
+    }
+    ~CPendingData()
+    {
+        if (m_bWritten)
+            PLATFORM_CutStream(m_pStream, m_ullFrom);
+    }
+    CPendingData(CPendingData const &) = delete;
+    CPendingData & operator=(CPendingData const &) = delete;
+    void Written() { m_bWritten = true; }
+    void Keep() { m_bWritten = false; }
+
+private:
+    std::FILE * m_pStream;
+    std::uint64_t m_ullFrom; // where the file's bytes begin in the archive
+    bool m_bWritten = false;
+};
+
+// Whether the bytes of nFile from ullFrom to ullTo can all be read.
+bool ReadsToEnd(int nFile, std::uint64_t ullFrom, std::uint64_t ullTo)
+{
+    void * const pBuffer = ARCHIVE_CopyBuffer(ARCHIVE_COPY_CHUNK);
+    for (std::uint64_t ullAt = ullFrom; ullAt < ullTo; ullAt += ARCHIVE_COPY_CHUNK)
+    {
+        std::size_t const nChunk = ullTo - ullAt < ARCHIVE_COPY_CHUNK
+                                       ? static_cast<std::size_t>(ullTo - ullAt)
+                                       : ARCHIVE_COPY_CHUNK;
+        if (pBuffer == nullptr || !PLATFORM_ReadFileAt(nFile, pBuffer, nChunk, ullAt))
+            return false;
+    }
+    return true;
+}
+
+// Reads the ulSize bytes of the file and writes them to the stream; false when the file
+// reads short. A small file is read whole before it is written, a large one copied in
+// pieces. A failed write is told in bWriteFailed once the rest of the file has been read,
+// since a short read, which the whole file's read would meet first, takes precedence.
+bool CopySource(int nFile, std::uint32_t ulSize, std::FILE * pStream, CPendingData & Pending,
+                bool & bWriteFailed)
+{
+    bWriteFailed = false;
+    if (ulSize == 0)
+        return true;
+    if (ulSize <= ARCHIVE_COPY_CHUNK)
+    {
+        void * const pBuffer = ARCHIVE_CopyBuffer(ulSize);
+        if (pBuffer == nullptr || !PLATFORM_ReadFileAt(nFile, pBuffer, ulSize, 0))
+            return false;
+        Pending.Written();
+        bWriteFailed = PLATFORM_WriteStream(pBuffer, ulSize, pStream) != ulSize;
+        return true;
+    }
+    Pending.Written();
+    std::uint64_t ullCopied = 0;
+    eFileCopy const eCopy = PLATFORM_CopyFileToStream(nFile, 0, ulSize, pStream, ullCopied);
+    if (eCopy == FILECOPY_SHORT_READ)
+        return false;
+    bWriteFailed = eCopy == FILECOPY_WRITE_FAILED;
+    return !bWriteFailed || ReadsToEnd(nFile, ullCopied, ulSize);
 }
 
 std::uint64_t StreamPosition(std::FILE * pStream)
@@ -435,8 +535,9 @@ void CExtendedFileSystem::PackUnitFiles(std::FILE * pStream, std::uint64_t ullSt
         if (!Source.IsOpen())
             ThrowException(4010, __LINE__, s_szSourceFile, s_szOpenError);
         std::uint32_t const ulSize = static_cast<std::uint32_t>(ullSize);
-        CArchiveData Data;
-        bool const bRead = Data.Read(Source.File(), ullSize, 0, ulSize);
+        CPendingData Pending(pStream, ullStart + ullPosition);
+        bool bWriteFailed = false;
+        bool const bRead = CopySource(Source.File(), ulSize, pStream, Pending, bWriteFailed);
         Source.Close();
         if (!bRead)
             ThrowException(4006, __LINE__, s_szSourceFile, s_szReadError);
@@ -451,7 +552,8 @@ void CExtendedFileSystem::PackUnitFiles(std::FILE * pStream, std::uint64_t ullSt
             ARCHIVE_CopyTextCut(Event.m_szFileName, sizeof(Event.m_szFileName), szName);
             Notify(XFS_NOTIFY_ADDFILE, reinterpret_cast<ZR_ULONG_PTR>(&Event), 0);
         }
-        if (ulSize > 0 && WriteData(Data, ulSize, pStream) != ulSize)
+        Pending.Keep();
+        if (bWriteFailed)
             ThrowException(4007, __LINE__, s_szSourceFile, s_szWriteError);
         ullPosition += ulSize;
         if (pEntry != nullptr)
@@ -556,27 +658,33 @@ void CExtendedFileSystem::RecursiveArchiveSurvey(char const * szDirectory,
     Report(pfnCallback, ulUserData, SURVEY_DIRECTORY, szName);
 
     // One search gives both groups, each in the search's order, as the two passes of
-    // packing do.
+    // packing do, and the names that packing leaves out.
     std::vector<std::string> vDirectories;
     std::vector<std::string> vFiles;
     std::vector<std::uint64_t> vSizes;
+    std::vector<std::string> vLeftOut;
     bool bDirectory = false;
+    bool bHit = false;
     std::uint64_t ullSize = 0;
-    for (char * szHit = FindFiles(s_szFindMask, &bDirectory, &ullSize); szHit != nullptr;
-         szHit = FindFiles(nullptr, &bDirectory, &ullSize))
+    for (char * szEntry = SurveyStep(s_szFindMask, bDirectory, bHit, ullSize); szEntry != nullptr;
+         szEntry = SurveyStep(nullptr, bDirectory, bHit, ullSize))
     {
-        if (!IsUnitEntry(szHit, bDirectory))
+        if (!bHit)
+            vLeftOut.emplace_back(szEntry);
+        else if (!IsUnitEntry(szEntry, bDirectory))
             continue;
-        if (bDirectory)
+        else if (bDirectory)
+            vDirectories.emplace_back(szEntry);
+        else
         {
-            vDirectories.emplace_back(szHit);
-            continue;
+            vFiles.emplace_back(szEntry);
+            vSizes.push_back(ullSize);
         }
-        vFiles.emplace_back(szHit);
-        vSizes.push_back(ullSize);
     }
     for (std::size_t nFile = 0; nFile < vFiles.size(); ++nFile)
         Report(pfnCallback, ulUserData, SURVEY_FILE, vFiles[nFile].c_str(), vSizes[nFile]);
+    for (std::string const & sLeftOut : vLeftOut)
+        Report(pfnCallback, ulUserData, SURVEY_LEFT_OUT, sLeftOut.c_str());
     for (std::string const & sSubdirectory : vDirectories)
         RecursiveArchiveSurvey(sSubdirectory.c_str(), pfnCallback, ulUserData);
     Report(pfnCallback, ulUserData, SURVEY_END, szName);

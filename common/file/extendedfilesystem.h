@@ -26,9 +26,9 @@ enum eXfsNotify
 };
 
 // What SurveyArchive reports of the tree it walks, in the order in which CreateArchive
-// packs it: a directory entered, its files, each of its subdirectories in the same way,
-// then the end of the directory. A subdirectory the walk can't go into is reported
-// instead of being entered: CreateArchive would stop there with 4016.
+// packs it: a directory entered, its files, the names it leaves out, each of its
+// subdirectories in the same way, then the end of the directory. A subdirectory the walk can't go
+// into is reported instead of being entered: CreateArchive would stop there with 4016.
 enum eArchiveSurvey
 {
     SURVEY_DIRECTORY = 1,   // entered; its content follows up to SURVEY_END
@@ -36,6 +36,9 @@ enum eArchiveSurvey
     SURVEY_END = 3,         // of the directory entered last and not yet ended
     SURVEY_NOT_ENTERED = 4, // changing into it failed
     SURVEY_TOO_DEEP = 5,    // the directory around it has a path of 1024 bytes or more
+    SURVEY_LEFT_OUT = 6,    // a name of the directory that the search leaves out, and so
+                            // packing too: a link to a directory, a dangling link, a FIFO,
+                            // a socket, a device
 };
 
 class CArchiveSource;

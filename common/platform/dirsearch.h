@@ -17,7 +17,14 @@ void * PLATFORM_OpenPathSearch(char const * szSearchPath);
 // Moves to the next hit; false when there is none. The name stays valid until the next
 // call on the same search.
 bool PLATFORM_NextDirSearchHit(void * hSearch, char const *& szName, bool & bDirectory);
-// The size in bytes of the current hit, 0 for a directory or when it cannot be read.
+// Moves to the next name that matches the mask, a hit or not: bHit is false for a name
+// the search leaves out (a link to a directory, a dangling link, a FIFO, a socket, a
+// device), so that a walk learns of them without reading the directory again. The
+// hits come as PLATFORM_NextDirSearchHit gives them; false at the end.
+bool PLATFORM_NextDirSearchEntry(void * hSearch, char const *& szName, bool & bDirectory,
+                                 bool & bHit);
+// The size in bytes of the current hit, 0 for a directory, a name left out, or when it
+// cannot be read.
 std::uint64_t PLATFORM_GetDirSearchHitSize(void * hSearch);
 // Ends a search; null is allowed.
 void PLATFORM_CloseDirSearch(void * hSearch);

@@ -18,3 +18,17 @@ bool PLATFORM_ReadFileAt(int nFile, void * pBuffer, std::size_t nSize, std::uint
 bool PLATFORM_WriteFileData(int nFile, void const * pBuffer, std::size_t nSize);
 // Closes the descriptor; false when the system reports that written data was lost.
 bool PLATFORM_CloseFileDescriptor(int nFile);
+
+// How a copy between files ended.
+enum eFileCopy
+{
+    FILECOPY_DONE,
+    FILECOPY_SHORT_READ,   // the source ended or failed before all the bytes were read
+    FILECOPY_WRITE_FAILED, // the target took fewer bytes than were read
+};
+// Copies nSize bytes from ullOffset of nFrom to the position of nTo, which moves past
+// them. The system copies between the files itself where it can, so that the bytes
+// never pass through the process; else they go through a buffer of at most a megabyte.
+// ullCopied is what reached nTo.
+eFileCopy PLATFORM_CopyFileData(int nFrom, std::uint64_t ullOffset, std::uint64_t ullSize, int nTo,
+                                std::uint64_t & ullCopied);

@@ -4,7 +4,10 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <cstdio>
+
+#include "common/platform/rawfile.h"
 
 // The run-time library of Windows that mingw-w64 links has no unlocked forms.
 #if defined(_WIN32)
@@ -31,8 +34,11 @@ inline std::size_t PLATFORM_WriteStream(void const * pBuffer, std::size_t nSize,
 }
 #endif
 
-// Writes nSize bytes at the stream's position past its buffer: what the buffer holds is
-// written first, then the bytes in system calls of their own, never touched here, so a
-// view of PLATFORM_MapFileRange may be written. Returns the number of bytes written.
-std::size_t PLATFORM_WriteStreamThrough(void const * pBuffer, std::size_t nSize,
-                                        std::FILE * pStream);
+// Copies nSize bytes from ullOffset of the file nFrom to the stream's position, past its
+// buffer, as PLATFORM_CopyFileData does: what the buffer holds is written first, and
+// the stream goes on behind the copied bytes.
+eFileCopy PLATFORM_CopyFileToStream(int nFrom, std::uint64_t ullOffset, std::uint64_t ullSize,
+                                    std::FILE * pStream, std::uint64_t & ullCopied);
+// Cuts the stream's file at ullLength, after what its buffer holds is written out, and
+// stands the stream there; false when the file can't be cut.
+bool PLATFORM_CutStream(std::FILE * pStream, std::uint64_t ullLength);

@@ -1,21 +1,27 @@
 // arc mount through the kernel's FUSE: a tree packed by arc create, mounted, walked and
 // read with ordinary file calls and compared with the tree and with arc cat, then
-// unmounted with fusermount3. Skipped, with the reason, where FUSE can't be used.
+// unmounted with fusermount3; and a mount whose archive was cut short, as a file system
+// whose files read short, for packing. Skipped, with the reason, where FUSE can't be used.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <map>
+#include <memory>
 #include <string>
+#include <vector>
 
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "common/exception/zrexception.h"
+#include "common/file/extendedfilesystem.h"
 #include "tempdir.h"
 
 namespace fs = std::filesystem;
@@ -205,4 +211,79 @@ TEST_F(ArcMount, ADamagedArchiveIsRefusedBeforeMounting)
     EXPECT_EQ(Shell(Quote(Tool()) + " mount " + Quote(m_Dir / "none.arc") + " " +
                     Quote(m_Mount.string())),
               1);
+}
+
+namespace
+{
+void RecordAdded(int nCode, ZR_ULONG_PTR ulArg1, ZR_ULONG_PTR, ZR_ULONG_PTR ulUser)
+{
+    auto const * pEvent = reinterpret_cast<CExtendedFileSystem::sArchiveFileEvent const *>(ulArg1);
+    if (nCode == XFS_NOTIFY_ADDFILE)
+        reinterpret_cast<std::vector<std::string> *>(ulUser)->push_back(pEvent->m_szFileName);
+}
+} // namespace
+
+TEST_F(ArcMount, AFileThatReadsShortEndsThePackAndLeavesNoneOfIt)
+{
+    // A member of a mounted archive whose file was cut in the member's middle still
+    // shows its full size but reads short, as a file cut while it is packed does.
+    std::string sBig(3u << 20, '\0');
+    for (std::size_t nIndex = 0; nIndex < sBig.size(); ++nIndex)
+        sBig[nIndex] = static_cast<char>(nIndex * 131 % 251);
+    m_Dir.WriteFile("src/a.txt", "hello\n");
+    m_Dir.WriteFile("src/big.bin", sBig);
+    std::string const sArchive = m_Dir / "t.arc";
+    ASSERT_EQ(Shell(Quote(Tool()) + " create " + Quote(sArchive) + " " + Quote(m_Dir / "src")), 0);
+    std::string const sWhole = m_Dir.ReadFile("t.arc");
+    std::size_t const nBigAt = sWhole.find(sBig.substr(0, 4096));
+    ASSERT_NE(nBigAt, std::string::npos);
+    fs::path const Saved = fs::current_path();
+    for (bool const bTool : {false, true})
+    {
+        // A mount of its own each time: the kernel keeps the size it learnt from the
+        // short read.
+        m_Dir.WriteFile("t.arc", sWhole);
+        ASSERT_TRUE(MountInForeground(sArchive));
+        fs::resize_file(sArchive, nBigAt + sBig.size() / 2);
+        if (bTool)
+        {
+            // The tool's walk sees the full size, the pack the short read: the error
+            // names the file and no archive is left.
+            std::string sOut;
+            EXPECT_EQ(Shell(Quote(Tool()) + " create " + Quote(m_Dir / "packed.arc") + " " +
+                                Quote(m_Mount.string()),
+                            &sOut),
+                      1);
+            EXPECT_THAT(sOut, HasSubstr("big.bin"));
+            EXPECT_THAT(sOut, HasSubstr("(error 4006)"));
+            EXPECT_FALSE(fs::exists(m_Dir / "packed.arc"));
+        }
+        else
+        {
+            // No event for the file that read short, and the archive holds what was
+            // packed before it: the provisional header and the files with an event.
+            auto pXfs = std::make_unique<CExtendedFileSystem>();
+            std::vector<std::string> vAdded;
+            pXfs->AddCallback(RecordAdded, reinterpret_cast<ZR_ULONG_PTR>(&vAdded));
+            std::uint32_t ulCode = 0;
+            try
+            {
+                pXfs->CreateArchive((m_Dir / "packed.arc").c_str(), m_Mount.c_str());
+            }
+            catch (CZRException const & Error)
+            {
+                ulCode = Error.GetErrorCode();
+            }
+            fs::current_path(Saved);
+            EXPECT_EQ(ulCode, 4006u);
+            EXPECT_EQ(std::find(vAdded.begin(), vAdded.end(), "big.bin"), vAdded.end());
+            std::string const sPacked = m_Dir.ReadFile("packed.arc");
+            std::string const sExpected = vAdded.empty() ? "" : "hello\n";
+            EXPECT_EQ(sPacked.size(), 32 + sExpected.size());
+            EXPECT_EQ(sPacked.substr(32), sExpected);
+            fs::remove(m_Dir / "packed.arc");
+        }
+        EXPECT_EQ(Shell("fusermount3 -u " + Quote(m_Mount.string())), 0);
+        EXPECT_EQ(WaitForChild(), 0);
+    }
 }

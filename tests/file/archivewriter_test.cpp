@@ -1,10 +1,12 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <map>
 #include <memory>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -492,12 +494,31 @@ namespace
 {
 void RecordSurvey(CExtendedFileSystem::sSurveyEntry const & Entry, ZR_ULONG_PTR ulUser)
 {
-    char const * const aszKinds[] = {"", "D ", "F ", "E ", "not entered ", "too deep "};
+    char const * const aszKinds[] = {"",          "D ",       "F ", "E ", "not entered ",
+                                     "too deep ", "left out "};
     std::string & sTranscript = *reinterpret_cast<std::string *>(ulUser);
     sTranscript += aszKinds[Entry.m_nKind] + std::string(Entry.m_szName);
     if (Entry.m_nKind == SURVEY_FILE)
         sTranscript += " " + std::to_string(Entry.m_ullSize);
     sTranscript += "\n";
+}
+
+// The lines of a transcript that name what packing leaves out, taken out of it, sorted.
+std::vector<std::string> TakeLeftOut(std::string & sTranscript)
+{
+    std::vector<std::string> vLeftOut;
+    std::string sRest;
+    std::istringstream In(sTranscript);
+    for (std::string sLine; std::getline(In, sLine);)
+    {
+        if (sLine.rfind("left out ", 0) == 0)
+            vLeftOut.push_back(sLine.substr(9));
+        else
+            sRest += sLine + "\n";
+    }
+    sTranscript = sRest;
+    std::sort(vLeftOut.begin(), vLeftOut.end());
+    return vLeftOut;
 }
 
 // The transcript that SurveyArchive gives for a tree, read back from its archive: a
@@ -534,6 +555,9 @@ TEST_F(ArchiveWriter, TheSurveySeesWhatThePackHoldsInItsOrder)
                         reinterpret_cast<ZR_ULONG_PTR>(&sSurvey));
     EXPECT_EQ(Cwd(), m_Dir.Path().string());
     ASSERT_TRUE(Xfs().CreateArchive("tree/tree", "./tree"));
+    // The search tells of the names it leaves out, right behind the directory's files.
+    EXPECT_THAT(sSurvey, testing::ContainsRegex("F top.txt 3\n(F link-to-file 3\n)?left out "));
+    EXPECT_EQ(TakeLeftOut(sSurvey), (std::vector<std::string>{"dangling", "link-to-dir"}));
     EXPECT_EQ(sSurvey, TranscriptOf(m_Dir.ReadFile("tree/tree.arc"), 0, "tree"));
     EXPECT_THAT(sSurvey, testing::HasSubstr("F link-to-file 3\n"));
 

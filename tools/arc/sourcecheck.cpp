@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <memory>
-#include <unordered_set>
 
 #include "common/file/extendedfilesystem.h"
 #include "common/kernel/text.h"
@@ -38,8 +37,6 @@ public:
                std::string const & sArchiveFile, sSourceCheck & Result)
         : m_sShown(sShown), m_Directory(Directory), m_Result(Result)
     {
-        std::error_code Error;
-        m_Archive = fs::absolute(sArchiveFile, Error);
         m_sArchiveName = fs::path(sArchiveFile).filename().string();
     }
 
@@ -56,12 +53,11 @@ private:
     void Leave();
     void Unreachable(int nKind, std::string const & sName);
     void CheckNames(sDirectory const & Directory);
-    void ListLeftOut(sDirectory const & Directory);
+    void LeftOut(std::string const & sName);
     void Add(std::size_t nBreach, std::string const & sName);
 
     std::string m_sShown;
     fs::path m_Directory;
-    fs::path m_Archive;
     std::string m_sArchiveName;
     sSourceCheck & m_Result;
     std::vector<sDirectory> m_vStack;
@@ -110,6 +106,9 @@ void CCollector::Take(CExtendedFileSystem::sSurveyEntry const & Entry)
         case SURVEY_END:
             Leave();
             break;
+        case SURVEY_LEFT_OUT:
+            LeftOut(sName);
+            break;
         default:
             Unreachable(Entry.m_nKind, sName);
             break;
@@ -138,7 +137,6 @@ void CCollector::Leave()
     m_vStack.pop_back();
     m_Result.vUnits[Directory.nUnit].nEntries = Directory.vNames.size();
     CheckNames(Directory);
-    ListLeftOut(Directory);
     std::uint64_t const ullSize =
         HEADER_SIZE + Directory.ullContent + RECORD_SIZE * Directory.vNames.size();
     if (m_vStack.empty())
@@ -232,23 +230,13 @@ std::string KindOf(fs::directory_entry const & Entry)
 }
 
 // Packing takes directories and regular files (a link to one counts as the file); the
-// rest of the directory is named here, so that nothing goes missing without a word.
-void CCollector::ListLeftOut(sDirectory const & Directory)
+// search tells of the rest of the directory, named here, so that nothing goes missing
+// without a word.
+void CCollector::LeftOut(std::string const & sName)
 {
-    std::unordered_set<std::string> const Taken(Directory.vNames.begin(), Directory.vNames.end());
-    std::error_code Error;
-    for (fs::directory_iterator Walk(m_Directory / Directory.sPath, Error), End;
-         !Error && Walk != End; Walk.increment(Error))
-    {
-        std::string const sName = Walk->path().filename().string();
-        if (Taken.count(sName) != 0)
-            continue;
-        std::error_code Same;
-        if (sName == m_sArchiveName && fs::equivalent(Walk->path(), m_Archive, Same))
-            continue;
-        m_Result.vLeftOut.push_back(ShownPath(m_sShown, Directory.sPath + sName) + ": " +
-                                    KindOf(*Walk));
-    }
+    std::string const & sPath = m_vStack.back().sPath;
+    fs::directory_entry const Entry(m_Directory / sPath / sName);
+    m_Result.vLeftOut.push_back(ShownPath(m_sShown, sPath + sName) + ": " + KindOf(Entry));
 }
 
 void CCollector::Add(std::size_t nBreach, std::string const & sName)

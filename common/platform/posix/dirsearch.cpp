@@ -12,8 +12,9 @@ struct sDirSearch
 {
     DIR * pDir;
     std::string sMask;
-    char const * szName; // the current hit, inside the DIR's own entry
+    char const * szName; // the current name, inside the DIR's own entry
     bool bDirectory;
+    bool bHit; // the current name is a hit, not one left out
 };
 
 // Whether a name is a hit, and as what: directories and regular files only, and a
@@ -57,7 +58,7 @@ void * PLATFORM_OpenDirSearch(char const * szDirectory, char const * szMask)
     DIR * const pDir = ::opendir(sDirectory.c_str());
     if (pDir == nullptr)
         return nullptr;
-    return new sDirSearch{pDir, szMask, nullptr, false};
+    return new sDirSearch{pDir, szMask, nullptr, false, false};
 }
 
 void * PLATFORM_OpenPathSearch(char const * szSearchPath)
@@ -74,7 +75,8 @@ void * PLATFORM_OpenPathSearch(char const * szSearchPath)
     return PLATFORM_OpenDirSearch(sDirectory.c_str(), szMask);
 }
 
-bool PLATFORM_NextDirSearchHit(void * hSearch, char const *& szName, bool & bDirectory)
+bool PLATFORM_NextDirSearchEntry(void * hSearch, char const *& szName, bool & bDirectory,
+                                 bool & bHit)
 {
     sDirSearch * const pSearch = static_cast<sDirSearch *>(hSearch);
     if (pSearch == nullptr)
@@ -83,21 +85,31 @@ bool PLATFORM_NextDirSearchHit(void * hSearch, char const *& szName, bool & bDir
     {
         if (!PLATFORM_MatchesMask(pEntry->d_name, pSearch->sMask.c_str()))
             continue;
-        if (!ClassifyEntry(pSearch->pDir, pEntry, pSearch->bDirectory))
-            continue;
+        pSearch->bDirectory = false;
+        pSearch->bHit = ClassifyEntry(pSearch->pDir, pEntry, pSearch->bDirectory);
         pSearch->szName = pEntry->d_name;
         szName = pSearch->szName;
         bDirectory = pSearch->bDirectory;
+        bHit = pSearch->bHit;
         return true;
     }
     pSearch->szName = nullptr;
     return false;
 }
 
+bool PLATFORM_NextDirSearchHit(void * hSearch, char const *& szName, bool & bDirectory)
+{
+    bool bHit = false;
+    while (PLATFORM_NextDirSearchEntry(hSearch, szName, bDirectory, bHit))
+        if (bHit)
+            return true;
+    return false;
+}
+
 std::uint64_t PLATFORM_GetDirSearchHitSize(void * hSearch)
 {
     sDirSearch const * const pSearch = static_cast<sDirSearch *>(hSearch);
-    if (pSearch == nullptr || pSearch->szName == nullptr || pSearch->bDirectory)
+    if (pSearch == nullptr || pSearch->szName == nullptr || pSearch->bDirectory || !pSearch->bHit)
         return 0;
     struct stat Status;
     if (::fstatat(::dirfd(pSearch->pDir), pSearch->szName, &Status, 0) != 0)

@@ -1,7 +1,10 @@
 #include "common/platform/rawfile.h"
 
 #include <cerrno>
+#include <memory>
+
 #include <fcntl.h>
+#include <sys/sendfile.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -68,4 +71,92 @@ bool PLATFORM_WriteFileData(int nFile, void const * pBuffer, std::size_t nSize)
 bool PLATFORM_CloseFileDescriptor(int nFile)
 {
     return ::close(nFile) == 0;
+}
+
+namespace
+{
+// The most one system call is asked to copy; also the buffer of a copy by hand.
+constexpr std::size_t SYSTEM_COPY_CHUNK = 1 << 30;
+constexpr std::size_t BUFFER_CHUNK = 1 << 20;
+
+enum eCopyWay
+{
+    COPY_RANGE, // copy_file_range: within one file system, shared blocks where it can
+    COPY_SEND,  // sendfile: between file systems
+    COPY_BY_HAND,
+};
+
+bool IsFullTarget(int nError)
+{
+    return nError == ENOSPC || nError == EDQUOT || nError == EFBIG;
+}
+
+// Whether the source holds a byte at ullOffset, for a system copy that copied nothing:
+// some file systems report their files' ends wrongly there.
+bool HasByteAt(int nFrom, std::uint64_t ullOffset)
+{
+    char cByte = 0;
+    return ::pread(nFrom, &cByte, 1, static_cast<off_t>(ullOffset)) == 1;
+}
+
+// One step of a copy by the system: the bytes copied, 0 at the source's end, -1 on
+// failure with errno set.
+ssize_t SystemCopy(eCopyWay eWay, int nFrom, std::uint64_t ullOffset, std::size_t nSize, int nTo)
+{
+    off_t llFrom = static_cast<off_t>(ullOffset);
+    if (eWay == COPY_RANGE)
+        return ::copy_file_range(nFrom, &llFrom, nTo, nullptr, nSize, 0);
+    return ::sendfile(nTo, nFrom, &llFrom, nSize);
+}
+
+eFileCopy CopyByHand(int nFrom, std::uint64_t ullOffset, std::uint64_t ullSize, int nTo,
+                     std::uint64_t & ullCopied)
+{
+    std::size_t const nBuffer = ullSize - ullCopied < BUFFER_CHUNK
+                                    ? static_cast<std::size_t>(ullSize - ullCopied)
+                                    : BUFFER_CHUNK;
+    std::unique_ptr<char[]> const pBuffer(new char[nBuffer]);
+    while (ullCopied < ullSize)
+    {
+        std::size_t const nChunk =
+            ullSize - ullCopied < nBuffer ? static_cast<std::size_t>(ullSize - ullCopied) : nBuffer;
+        ssize_t const nRead =
+            ::pread(nFrom, pBuffer.get(), nChunk, static_cast<off_t>(ullOffset + ullCopied));
+        if (nRead < 0 && errno == EINTR)
+            continue;
+        if (nRead <= 0)
+            return FILECOPY_SHORT_READ;
+        if (!PLATFORM_WriteFileData(nTo, pBuffer.get(), static_cast<std::size_t>(nRead)))
+            return FILECOPY_WRITE_FAILED;
+        ullCopied += static_cast<std::uint64_t>(nRead);
+    }
+    return FILECOPY_DONE;
+}
+} // namespace
+
+eFileCopy PLATFORM_CopyFileData(int nFrom, std::uint64_t ullOffset, std::uint64_t ullSize, int nTo,
+                                std::uint64_t & ullCopied)
+{
+    ullCopied = 0;
+    eCopyWay eWay = COPY_RANGE;
+    while (ullCopied < ullSize && eWay != COPY_BY_HAND)
+    {
+        std::size_t const nChunk = ullSize - ullCopied < SYSTEM_COPY_CHUNK
+                                       ? static_cast<std::size_t>(ullSize - ullCopied)
+                                       : SYSTEM_COPY_CHUNK;
+        ssize_t const nCopied = SystemCopy(eWay, nFrom, ullOffset + ullCopied, nChunk, nTo);
+        if (nCopied > 0)
+            ullCopied += static_cast<std::uint64_t>(nCopied);
+        else if (nCopied == 0 && !HasByteAt(nFrom, ullOffset + ullCopied))
+            return FILECOPY_SHORT_READ;
+        else if (nCopied < 0 && errno == EINTR)
+            continue;
+        else if (nCopied < 0 && IsFullTarget(errno))
+            return FILECOPY_WRITE_FAILED;
+        else
+            // Files the system can't copy between this way, and failures whose side only
+            // a copy by hand can tell.
+            eWay = static_cast<eCopyWay>(eWay + 1);
+    }
+    return CopyByHand(nFrom, ullOffset, ullSize, nTo, ullCopied);
 }

@@ -1,27 +1,25 @@
 #include "common/platform/streamio.h"
 
-#include <cerrno>
+#include <stdio_ext.h>
 #include <unistd.h>
 
-std::size_t PLATFORM_WriteStreamThrough(void const * pBuffer, std::size_t nSize,
-                                        std::FILE * pStream)
+eFileCopy PLATFORM_CopyFileToStream(int nFrom, std::uint64_t ullOffset, std::uint64_t ullSize,
+                                    std::FILE * pStream, std::uint64_t & ullCopied)
 {
+    ullCopied = 0;
     if (::fflush_unlocked(pStream) != 0)
-        return 0;
-    int const nFile = ::fileno_unlocked(pStream);
-    char const * pNext = static_cast<char const *>(pBuffer);
-    std::size_t nDone = 0;
-    while (nDone < nSize)
-    {
-        ssize_t const nWritten = ::write(nFile, pNext + nDone, nSize - nDone);
-        if (nWritten < 0 && errno == EINTR)
-            continue;
-        if (nWritten <= 0)
-            break;
-        nDone += static_cast<std::size_t>(nWritten);
-    }
-    // With its buffer empty, the stream goes on where these writes ended, as the
-    // descriptor's position moved with them; no seek is needed, which an archive that
-    // can't seek would fail.
-    return nDone;
+        return FILECOPY_WRITE_FAILED;
+    // With its buffer empty, the stream goes on where the copy ended, as the descriptor's
+    // position moved with it: a flush leaves the stream no position of its own.
+    return PLATFORM_CopyFileData(nFrom, ullOffset, ullSize, ::fileno_unlocked(pStream), ullCopied);
+}
+
+bool PLATFORM_CutStream(std::FILE * pStream, std::uint64_t ullLength)
+{
+    // What a failed flush leaves in the buffer would be written behind the cut later.
+    bool const bFlushed = ::fflush_unlocked(pStream) == 0;
+    ::__fpurge(pStream);
+    off_t const llLength = static_cast<off_t>(ullLength);
+    return ::ftruncate(::fileno_unlocked(pStream), llLength) == 0 &&
+           ::fseeko(pStream, llLength, SEEK_SET) == 0 && bFlushed;
 }

@@ -116,34 +116,45 @@ void * PLATFORM_OpenPathSearch(char const * szSearchPath)
     return pSearch;
 }
 
-bool PLATFORM_NextDirSearchHit(void * hSearch, char const *& szName, bool & bDirectory)
+bool PLATFORM_NextDirSearchEntry(void * hSearch, char const *& szName, bool & bDirectory,
+                                 bool & bHit)
 {
     sDirSearch * const pSearch = static_cast<sDirSearch *>(hSearch);
     if (pSearch == nullptr)
         return false;
     while (Advance(*pSearch))
     {
-        char const * const szHit =
+        char const * const szEntry =
             pSearch->bRunTime ? pSearch->RunTimeHit.name : pSearch->FindHit.cFileName;
-        if (!PLATFORM_MatchesMask(szHit, pSearch->sMask.c_str()))
+        if (!PLATFORM_MatchesMask(szEntry, pSearch->sMask.c_str()))
             continue;
         DWORD const dwAttributes =
             pSearch->bRunTime ? RunTimeAttributes(*pSearch) : pSearch->FindHit.dwFileAttributes;
-        if (!Classify(dwAttributes, pSearch->bDirectory))
-            continue;
-        if (pSearch->bDirectory)
+        pSearch->bDirectory = false;
+        bHit = Classify(dwAttributes, pSearch->bDirectory);
+        pSearch->bDirectory = pSearch->bDirectory && bHit;
+        if (pSearch->bDirectory || !bHit)
             pSearch->ullSize = 0;
         else if (pSearch->bRunTime)
             pSearch->ullSize = static_cast<std::uint64_t>(pSearch->RunTimeHit.size);
         else
             pSearch->ullSize = (static_cast<std::uint64_t>(pSearch->FindHit.nFileSizeHigh) << 32) |
                                pSearch->FindHit.nFileSizeLow;
-        pSearch->szName = szHit;
-        szName = szHit;
+        pSearch->szName = szEntry;
+        szName = szEntry;
         bDirectory = pSearch->bDirectory;
         return true;
     }
     pSearch->szName = nullptr;
+    return false;
+}
+
+bool PLATFORM_NextDirSearchHit(void * hSearch, char const *& szName, bool & bDirectory)
+{
+    bool bHit = false;
+    while (PLATFORM_NextDirSearchEntry(hSearch, szName, bDirectory, bHit))
+        if (bHit)
+            return true;
     return false;
 }
 

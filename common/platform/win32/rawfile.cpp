@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <fcntl.h>
 #include <io.h>
+#include <memory>
 #include <sys/stat.h>
 #include <windows.h>
 
@@ -82,4 +83,34 @@ bool PLATFORM_WriteFileData(int nFile, void const * pBuffer, std::size_t nSize)
 bool PLATFORM_CloseFileDescriptor(int nFile)
 {
     return ::_close(nFile) == 0;
+}
+
+eFileCopy PLATFORM_CopyFileData(int nFrom, std::uint64_t ullOffset, std::uint64_t ullSize, int nTo,
+                                std::uint64_t & ullCopied)
+{
+    // Windows has no copy between open files: the bytes go through a buffer.
+    ullCopied = 0;
+    std::size_t const nBuffer =
+        ullSize < (1u << 20) ? static_cast<std::size_t>(ullSize) : std::size_t(1) << 20;
+    if (nBuffer == 0)
+        return FILECOPY_DONE;
+    std::unique_ptr<char[]> const pBuffer(new char[nBuffer]);
+    HANDLE const hFrom = SystemHandle(nFrom);
+    while (ullCopied < ullSize)
+    {
+        std::uint64_t const ullLeft = ullSize - ullCopied;
+        DWORD const dwChunk =
+            ullLeft < nBuffer ? static_cast<DWORD>(ullLeft) : static_cast<DWORD>(nBuffer);
+        OVERLAPPED Position{};
+        std::uint64_t const ullAt = ullOffset + ullCopied;
+        Position.Offset = static_cast<DWORD>(ullAt);
+        Position.OffsetHigh = static_cast<DWORD>(ullAt >> 32);
+        DWORD dwRead = 0;
+        if (!::ReadFile(hFrom, pBuffer.get(), dwChunk, &dwRead, &Position) || dwRead == 0)
+            return FILECOPY_SHORT_READ;
+        if (!PLATFORM_WriteFileData(nTo, pBuffer.get(), dwRead))
+            return FILECOPY_WRITE_FAILED;
+        ullCopied += dwRead;
+    }
+    return FILECOPY_DONE;
 }
