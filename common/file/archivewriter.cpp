@@ -658,10 +658,9 @@ void CExtendedFileSystem::RecursiveArchiveSurvey(char const * szDirectory,
     Report(pfnCallback, ulUserData, SURVEY_DIRECTORY, szName);
 
     // One search gives both groups, each in the search's order, as the two passes of
-    // packing do, and the names that packing leaves out.
+    // packing do: the files as they come, the subdirectories afterwards; and between
+    // them the names that packing leaves out.
     std::vector<std::string> vDirectories;
-    std::vector<std::string> vFiles;
-    std::vector<std::uint64_t> vSizes;
     std::vector<std::string> vLeftOut;
     bool bDirectory = false;
     bool bHit = false;
@@ -676,13 +675,8 @@ void CExtendedFileSystem::RecursiveArchiveSurvey(char const * szDirectory,
         else if (bDirectory)
             vDirectories.emplace_back(szEntry);
         else
-        {
-            vFiles.emplace_back(szEntry);
-            vSizes.push_back(ullSize);
-        }
+            Report(pfnCallback, ulUserData, SURVEY_FILE, szEntry, ullSize);
     }
-    for (std::size_t nFile = 0; nFile < vFiles.size(); ++nFile)
-        Report(pfnCallback, ulUserData, SURVEY_FILE, vFiles[nFile].c_str(), vSizes[nFile]);
     for (std::string const & sLeftOut : vLeftOut)
         Report(pfnCallback, ulUserData, SURVEY_LEFT_OUT, sLeftOut.c_str());
     for (std::string const & sSubdirectory : vDirectories)
