@@ -13,14 +13,15 @@
 # ratio is the steadier one.
 #
 # Usage: bench/arc_compare.sh [ARC_BINARY]   (default: build/release/tools/arc/arc)
-# Environment: RUNS (rounds), TREES (default "small large gcc"), HUGE_MB, WORK_DIR
+# Environment: RUNS (rounds), TREES (default "small large gcc"; empty for none but huge),
+# HUGE_MB, WORK_DIR
 # (where the trees go; default a fresh temporary directory, removed at the end).
 set -euo pipefail
 
 ARC=${1:-"$(dirname "$0")/../build/release/tools/arc/arc"}
 ARC=$(realpath "$ARC")
 RUNS=${RUNS:-5}
-TREES=${TREES:-"small large gcc"}
+TREES=${TREES-small large gcc}
 if [ -n "${HUGE_MB:-}" ]; then TREES="$TREES huge"; fi
 for tool in tar zip /usr/bin/time; do
     command -v "$tool" >/dev/null || { echo "arc_compare: $tool is needed" >&2; exit 2; }
