@@ -1,13 +1,15 @@
 #!/usr/bin/env bash
 # Installs, with apt-get, whatever of the build and test dependencies is missing.
-# Runs as root, or through sudo when it is there. "fuzz" adds clang and its libFuzzer.
+# Runs as root, or through sudo when it is there. "fuzz" adds clang and its libFuzzer;
+# "windows" the mingw-w64 cross compilers (posix threads), wine and GoogleTest's sources.
 set -euo pipefail
 
 packages=(cmake ninja-build g++ pkg-config libgtest-dev libgmock-dev libbenchmark-dev libcli11-dev
           libfuse3-dev fuse3 file dpkg-dev lintian scdoc doxygen rsyslog)
-if [ "${1:-}" = fuzz ]; then
-    packages+=(clang libclang-rt-dev)
-fi
+case "${1:-}" in
+fuzz) packages+=(clang libclang-rt-dev) ;;
+windows) packages+=(g++-mingw-w64-x86-64-posix g++-mingw-w64-i686-posix wine wine64 googletest) ;;
+esac
 
 missing=()
 for package in "${packages[@]}"; do

@@ -13,8 +13,6 @@ set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
 # on Linux (%lld, %zu, the forms of %g), which the text stored forms rely on.
 add_compile_definitions(__USE_MINGW_ANSI_STDIO=1)
 
-set(CMAKE_CROSSCOMPILING_EMULATOR wine)
-
 # Header-only CLI11 from the Linux tree, through a package file of the repository.
 set(CLI11_DIR ${CMAKE_CURRENT_LIST_DIR}/../windows/CLI11 CACHE PATH "CLI11 for the cross build")
 

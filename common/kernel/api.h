@@ -29,3 +29,9 @@ typedef long ZR_LONG_PTR;
 
 static_assert(sizeof(ZR_ULONG_PTR) == sizeof(void *) && sizeof(ZR_LONG_PTR) == sizeof(void *),
               "a pointer-carrying value holds a whole pointer");
+// The widths the interfaces and the stored forms are written for, on 32 bits as on 64:
+// int is the stored 32-bit integer, long holds at least its 32 bits and never more than
+// a pointer, long long is the 64-bit counter.
+static_assert(sizeof(int) == 4 && sizeof(long) >= 4 && sizeof(long) <= sizeof(void *) &&
+                  sizeof(long long) == 8,
+              "int of 32 bits, long of 32 bits up to a pointer, long long of 64 bits");

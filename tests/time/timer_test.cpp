@@ -61,7 +61,8 @@ TEST_F(Timer, RemainderStaysZeroForLongFrames)
 
 TEST_F(Timer, ClockIsCutTo32BitsAndWraps)
 {
-    s_ulNow = 0x100000005ul;
+    // Beyond 32 bits where unsigned long is wider (Linux x86-64); 5 where it is not.
+    s_ulNow = static_cast<unsigned long>(0x100000005ull);
     EXPECT_EQ(CTimer::GetCurTimeInMs(), 5u);
     EXPECT_DOUBLE_EQ(CTimer::GetCurTime(), 0.005);
 
