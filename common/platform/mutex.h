@@ -1,5 +1,5 @@
 // A recursive mutex behind an opaque handle: the thread that holds it may lock it
-// again and unlocks it as often. Used by CZRMutex and CZRCriticalSection.
+// again and unlocks it as often. Used by CZRMutex.
 #pragma once
 
 void * PLATFORM_CreateMutex();

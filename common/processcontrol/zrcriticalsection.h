@@ -30,5 +30,5 @@ public:
 private:
     // Atomic only so that the overwrite by a thread starting to wait is no data race.
     std::atomic<std::uint32_t> m_ulTime;
-    void * m_CriticalSection; // the platform's recursive mutex, owned
+    void * m_CriticalSection; // the platform's critical section, owned
 };

@@ -120,11 +120,11 @@ TEST_F(FileWatch, ArchiveMembersCountAsChangedOnlyWhenTheirBytesDiffer)
 TEST_F(FileWatch, ClosingTheFileSystemEndsItsWatches)
 {
     m_Dir.WriteFile("cfg.txt", "one");
-    std::size_t const nBefore = OpenDescriptors();
+    std::size_t const nBefore = TEST_OpenHandles();
     {
         auto pOther = std::make_unique<CExtendedFileSystem>();
         ASSERT_TRUE(pOther->Watch("cfg.txt"));
-        EXPECT_GT(OpenDescriptors(), nBefore);
+        EXPECT_GT(TEST_OpenHandles(), nBefore);
         // A copy watches nothing of its own.
         auto pCopy = std::make_unique<CExtendedFileSystem>(*pOther);
         m_Dir.WriteFile("cfg.txt", "two");
@@ -132,5 +132,5 @@ TEST_F(FileWatch, ClosingTheFileSystemEndsItsWatches)
         EXPECT_EQ(pCopy->PollChanges(vChanged), 0);
         EXPECT_EQ(pOther->PollChanges(vChanged), 1);
     }
-    EXPECT_EQ(OpenDescriptors(), nBefore);
+    EXPECT_EQ(TEST_OpenHandles(), nBefore);
 }

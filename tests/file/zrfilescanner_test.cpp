@@ -117,9 +117,15 @@ TEST(ZRFileScanner, MasksFollowTheWindowsRules)
     CTempDir Temp;
     for (char const * szName : {"a.txt", "ab.TXT", "b.dat", "noext", "sub/c.txt", "m.txt/d.txt"})
         Temp.WriteFile(szName, "");
-    std::filesystem::create_symlink(Temp / "a.txt", Temp / "link.txt");
-    std::filesystem::create_directory_symlink(Temp / "sub", Temp / "linkdir.txt");
-    std::filesystem::create_symlink(Temp / "missing", Temp / "broken.txt");
+    // Links where the system lets a program make them (not Windows' C++ library).
+    std::error_code Error;
+    std::filesystem::create_symlink(Temp / "a.txt", Temp / "link.txt", Error);
+    bool const bLinks = !Error;
+    if (bLinks)
+    {
+        std::filesystem::create_directory_symlink(Temp / "sub", Temp / "linkdir.txt");
+        std::filesystem::create_symlink(Temp / "missing", Temp / "broken.txt");
+    }
     // A subdirectory is entered whatever its name, a directory matching the mask is not
     // a file, a link counts as its target, and a link to a directory is not seen at all.
     Names const vAll{"a.txt", "ab.TXT", "b.dat", "c.txt", "d.txt", "link.txt", "noext"};
@@ -132,9 +138,13 @@ TEST(ZRFileScanner, MasksFollowTheWindowsRules)
         {"", {}}};
     for (auto const & Row : aRows)
     {
+        Names vExpected = Row.second;
+        if (!bLinks)
+            vExpected.erase(std::remove(vExpected.begin(), vExpected.end(), "link.txt"),
+                            vExpected.end());
         CZRFileScanner Scanner;
         Scanner.AddScanDirectory(Temp.Path().string().c_str(), Row.first);
-        EXPECT_EQ(ScanFiles(Scanner), Row.second) << Row.first;
+        EXPECT_EQ(ScanFiles(Scanner), vExpected) << Row.first;
     }
 }
 

@@ -234,7 +234,9 @@ TEST(ZRMailSlot, EachSideResetsOnlyItsOwnCounter)
     EXPECT_EQ(Slot.GetTotalBytesWritten(), 400u);
     Slot.Close();
 
-    // The closed server freed its name, so it can be served again.
+    // With the server and its client closed, the name is free to be served again (wine
+    // keeps it while a client still holds the slot).
+    Sender.Close();
     Slot.Open(sName.c_str(), true);
     EXPECT_EQ(Slot.GetTotalBytesRead(), 0u);
     EXPECT_EQ(Slot.GetTotalBytesWritten(), 400u);
@@ -307,6 +309,8 @@ int FillQueue(CZRMailSlot & Client)
 
 TEST_F(ZRMailSlotPair, AFullQueueIsWaitedForOnceThenCountedAndReported)
 {
+    if (!TEST_MailSlotQueueIsBounded())
+        GTEST_SKIP() << "a Windows mailslot's queue has no bound: a send never finds it full";
     // The direct client's send that finds no room for the whole wait fails, and so do
     // the next ones at once while nobody reads.
     int const nQueued = FillQueue(m_Client);
@@ -403,6 +407,9 @@ TEST(ZRMailSlot, CopiesShareTheSlotAndEachClosesOnlyItsOwnShare)
 
 TEST(ZRMailSlot, ABroadcastOutlivesItsServerAndFindsTheNextOne)
 {
+    if (TEST_UnderWine())
+        GTEST_SKIP() << "wine keeps a slot alive while a client holds it after its server "
+                        "closed: writes still succeed and the name stays taken";
     std::string const sName = SlotName('.', "restart");
     CZRMailSlot Broadcast;
     Broadcast.Open(SlotName('*', "restart").c_str(), false);
@@ -434,6 +441,9 @@ TEST(ZRMailSlot, ABroadcastOutlivesItsServerAndFindsTheNextOne)
 
 TEST(ZRMailSlot, DirectClientFailsOnceItsServerIsGone)
 {
+    if (TEST_UnderWine())
+        GTEST_SKIP() << "wine keeps a slot alive while a client holds it after its server "
+                        "closed: writes still succeed and the name stays taken";
     std::string const sName = SlotName('.', "gone");
     CZRMailSlot Client;
     {

@@ -5,6 +5,19 @@
 
 #include <string>
 
+#include <gtest/gtest.h>
+
+// One or more digits. GoogleTest matches with POSIX regular expressions where the system
+// has them and with its own simple ones elsewhere (Windows), which know \d but no brackets.
+inline std::string DigitsPattern()
+{
+#if GTEST_USES_SIMPLE_RE
+    return "\\d+";
+#else
+    return "[0-9]+";
+#endif
+}
+
 inline std::string BannerPattern(std::string const & sExpression, std::string const & sFile)
 {
     std::string sEscaped;
@@ -15,5 +28,5 @@ inline std::string BannerPattern(std::string const & sExpression, std::string co
         sEscaped += c;
     }
     return "\\*\\*\\* TOLLENSTRAND ASSERTION \\*\\*\\*\nexpression: " + sEscaped +
-           "\nfile: " + sFile + "\nline: [0-9]+\n";
+           "\nfile: " + sFile + "\nline: " + DigitsPattern() + "\n";
 }

@@ -23,6 +23,8 @@ std::string TEST_ComputerName();
 std::uint32_t TEST_UserId();
 // Whether a mailslot server learns who sent a message (not on Windows).
 bool TEST_MailSlotTellsSender();
+// Whether a mailslot's queue can fill up (not on Windows, which keeps no bound).
+bool TEST_MailSlotQueueIsBounded();
 // The id of this process.
 std::uint32_t TEST_ProcessId();
 
@@ -127,3 +129,7 @@ std::size_t TEST_OpenHandles();
 std::size_t TEST_LongestPath();
 // A file whose writes always fail with a full disk ("/dev/full"); null where there is none.
 char const * TEST_FullDevice();
+// Whether a file name may hold a backslash (POSIX); on Windows it separates directories.
+bool TEST_NamesHoldBackslashes();
+// Whether the program runs under wine rather than on the system it was built for.
+bool TEST_UnderWine();

@@ -291,3 +291,18 @@ std::size_t TEST_OpenHandles()
         nCount += Entry.is_symlink() ? 1 : 0;
     return nCount;
 }
+
+bool TEST_NamesHoldBackslashes()
+{
+    return true;
+}
+
+bool TEST_UnderWine()
+{
+    return false;
+}
+
+bool TEST_MailSlotQueueIsBounded()
+{
+    return true;
+}

@@ -368,3 +368,19 @@ std::size_t TEST_OpenHandles()
     }
     return nCount;
 }
+
+bool TEST_NamesHoldBackslashes()
+{
+    return false;
+}
+
+bool TEST_UnderWine()
+{
+    HMODULE const hNtDll = ::GetModuleHandleA("ntdll.dll");
+    return hNtDll != nullptr && ::GetProcAddress(hNtDll, "wine_get_version") != nullptr;
+}
+
+bool TEST_MailSlotQueueIsBounded()
+{
+    return false;
+}
