@@ -39,6 +39,7 @@ struct sKeywordLess
         return *pLeft < *pRight;
     }
 
+    // The string's bytes as the comparison reads them; an empty string has none.
     static unsigned char const * Bytes(CZRString const & sString)
     {
         char const * szText = sString.GetString() != nullptr ? sString.GetString() : "";

@@ -565,9 +565,10 @@ TEST_F(ArchiveWriter, TheSurveySeesWhatThePackHoldsInItsOrder)
     m_Dir.WriteFile("tree/top.txt", "top");
     fs::create_directories("tree/d1/empty");
     // Links where the system lets a program make them (not Windows' C++ library).
+    // wine reports success and makes none, so the link itself is looked for.
     std::error_code Error;
     fs::create_symlink("d0", "tree/link-to-dir", Error);
-    bool const bLinks = !Error;
+    bool const bLinks = !Error && fs::is_symlink(fs::symlink_status("tree/link-to-dir"));
     if (bLinks)
     {
         fs::create_symlink("top.txt", "tree/link-to-file");
@@ -581,8 +582,16 @@ TEST_F(ArchiveWriter, TheSurveySeesWhatThePackHoldsInItsOrder)
     EXPECT_EQ(Cwd(), m_Dir.Path().string());
     ASSERT_TRUE(Xfs().CreateArchive("tree/tree", "./tree"));
     // The search tells of the names it leaves out, right behind the directory's files.
-    EXPECT_THAT(sSurvey, testing::ContainsRegex("F top.txt 3\n(F link-to-file 3\n)?left out "));
-    EXPECT_EQ(TakeLeftOut(sSurvey), (std::vector<std::string>{"dangling", "link-to-dir"}));
+    // (Plain finds: the regular expressions of GoogleTest on Windows have no groups.)
+    if (bLinks)
+    {
+        EXPECT_TRUE(sSurvey.find("F top.txt 3\nleft out ") != std::string::npos ||
+                    sSurvey.find("F top.txt 3\nF link-to-file 3\nleft out ") != std::string::npos)
+            << sSurvey;
+    }
+    std::vector<std::string> const vLeftOut =
+        bLinks ? std::vector<std::string>{"dangling", "link-to-dir"} : std::vector<std::string>{};
+    EXPECT_EQ(TakeLeftOut(sSurvey), vLeftOut);
     EXPECT_EQ(sSurvey, TranscriptOf(m_Dir.ReadFile("tree/tree.arc"), 0, "tree"));
     if (bLinks)
     {
