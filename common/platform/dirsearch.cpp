@@ -1,4 +1,5 @@
-// The mask rules of the directory search, the same on every system.
+// What the directory search does alike on every system: the mask rules, and hits as
+// the entries that are not left out.
 #include "common/platform/dirsearch.h"
 
 #include <cstring>
@@ -44,4 +45,13 @@ bool PLATFORM_MatchesMask(char const * szName, char const * szMask)
     while (*szMask == '*')
         ++szMask;
     return *szMask == '\0';
+}
+
+bool PLATFORM_NextDirSearchHit(void * hSearch, char const *& szName, bool & bDirectory)
+{
+    bool bHit = false;
+    while (PLATFORM_NextDirSearchEntry(hSearch, szName, bDirectory, bHit))
+        if (bHit)
+            return true;
+    return false;
 }

@@ -97,15 +97,6 @@ bool PLATFORM_NextDirSearchEntry(void * hSearch, char const *& szName, bool & bD
     return false;
 }
 
-bool PLATFORM_NextDirSearchHit(void * hSearch, char const *& szName, bool & bDirectory)
-{
-    bool bHit = false;
-    while (PLATFORM_NextDirSearchEntry(hSearch, szName, bDirectory, bHit))
-        if (bHit)
-            return true;
-    return false;
-}
-
 std::uint64_t PLATFORM_GetDirSearchHitSize(void * hSearch)
 {
     sDirSearch const * const pSearch = static_cast<sDirSearch *>(hSearch);
