@@ -1,7 +1,7 @@
 // Records per second through each sink of _ZR_Log_Fn. The record alone (no sink) is
 // the base that the sinks add to. The mailslot sink is measured with nobody serving
 // the slot, with a server that never reads (its queue is full, so after one wait of
-// 250 ms every record is dropped at once), and with a server draining it on a second
+// a second every record is dropped at once), and with a server draining it on a second
 // thread; the last reports how many records arrived.
 #include <benchmark/benchmark.h>
 

@@ -2,9 +2,10 @@
 // name one local endpoint per NAME (compared case-blind). A server creates it and
 // receives; a client of "\\.\" needs the server; a client of "\\*\" is a broadcast:
 // it opens without a server, and a send that nobody hears is dropped and counts as sent.
-// A send to a full queue waits up to PLATFORM_MAILSLOT_SEND_WAIT for room, and only
-// then is dropped (broadcast) or fails (direct); a slot that stayed full is not waited
-// for again until it takes a message. Only the send and the server's wait block.
+// A send to a full queue waits for room as long as the server is seen to take messages,
+// and once PLATFORM_MAILSLOT_SEND_WAIT passes in which it takes none is dropped
+// (broadcast) or fails (direct); a slot given up on is not waited for again until it is
+// seen to take a message. Only the send and the server's wait block.
 // A handle, and every handle shared from it, is used by one thread at a time.
 #pragma once
 
@@ -17,8 +18,10 @@ constexpr std::uint32_t PLATFORM_MAILSLOT_NO_MESSAGE = 0xFFFFFFFF;
 // The longest message a slot takes; a longer one fails or is dropped like a full queue.
 constexpr std::uint32_t PLATFORM_MAILSLOT_MAX_MESSAGE = 65536;
 
-// How long a send waits for room in a full queue while the server takes nothing, in ms.
-constexpr std::uint32_t PLATFORM_MAILSLOT_SEND_WAIT = 250;
+// How long a send waits for room in a full queue while the server takes nothing, in ms:
+// long enough for a server that a loaded machine leaves without the processor for a
+// while (a burst under valgrind), short enough that a sender to a stopped one goes on.
+constexpr std::uint32_t PLATFORM_MAILSLOT_SEND_WAIT = 1000;
 
 // The sender of a received message, as the system vouches for it (not as it claims).
 struct sMailSlotSender

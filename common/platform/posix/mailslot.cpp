@@ -17,8 +17,10 @@
 #include <chrono>
 #include <cstddef>
 #include <cstring>
+#include <linux/sockios.h>
 #include <new>
 #include <poll.h>
+#include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <sys/time.h>
 #include <sys/un.h>
@@ -28,6 +30,9 @@
 namespace
 {
 char const s_szAddressPrefix[] = "zr-mailslot:";
+// How long one wait of a send for room lasts, in ms: how often a waiting sender looks
+// whether the server took any of its messages.
+constexpr std::uint32_t s_ulWaitSlice = 250;
 // Of the same length, so that every name that fits one address fits the other.
 char const s_szLossPrefix[] = "zr-maillost:";
 static_assert(sizeof(s_szLossPrefix) == sizeof(s_szAddressPrefix), "prefixes of one length");
@@ -40,6 +45,7 @@ struct sMailSlotEndpoint
     bool m_bBroadcast; // a "\\*\" client: connects to whichever server is there
     bool m_bConnected;
     bool m_bStuck; // the last send found the queue full for the whole wait
+    int m_nQueued; // client: bytes of its messages the server had not taken, when last seen
     sockaddr_un m_Address;
     socklen_t m_nAddressLength;
     std::uint32_t m_ulLost;           // client: not delivered; server: reported by notices
@@ -128,6 +134,7 @@ void * NewEndpoint(int nSocket, bool bServer, bool bBroadcast, bool bConnected,
     pEndpoint->m_bBroadcast = bBroadcast;
     pEndpoint->m_bConnected = bConnected;
     pEndpoint->m_bStuck = false;
+    pEndpoint->m_nQueued = 0;
     pEndpoint->m_Address = Address;
     pEndpoint->m_nAddressLength = nLength;
     pEndpoint->m_ulLost = 0;
@@ -162,30 +169,62 @@ long MillisecondsSince(std::chrono::steady_clock::time_point Start)
                                  .count());
 }
 
+// The bytes of this client's messages that are still in the server's queue: the system
+// charges each to its sender until the server takes it. -1 when it does not tell.
+int QueuedBytes(sMailSlotEndpoint const & Endpoint)
+{
+    int nBytes = 0;
+    return ::ioctl(Endpoint.m_nSocket, SIOCOUTQ, &nBytes) == 0 ? nBytes : -1;
+}
+
+// Whether the server took some of this client's messages since they were last counted;
+// counts them again.
+bool ServerTookSome(sMailSlotEndpoint & Endpoint)
+{
+    int const nQueued = QueuedBytes(Endpoint);
+    bool const bTook = nQueued >= 0 && nQueued < Endpoint.m_nQueued;
+    if (nQueued >= 0)
+        Endpoint.m_nQueued = nQueued;
+    return bTook;
+}
+
 // Sends one datagram on the connected socket. A full queue is waited for in the send
-// itself, for up to PLATFORM_MAILSLOT_SEND_WAIT (SO_SNDTIMEO): the kernel queues the
-// waiting writers and wakes one of them for each message the server takes, so that a
-// burst of many clients costs no herd of wake-ups. A queue that stayed full at the last
-// send is not waited for.
+// itself, s_ulWaitSlice at a time (SO_SNDTIMEO): the kernel queues the waiting writers
+// and wakes one of them for each message the server takes, so that a burst of many
+// clients costs no herd of wake-ups. That queue is not fair: a writer that comes in just
+// as room is made takes it before the one woken for it, so that a busy slot may keep one
+// writer out for long while the server reads on. A writer therefore gives up only once
+// PLATFORM_MAILSLOT_SEND_WAIT passed in which the server was not seen to take any of
+// this client's own messages (with about ten in the queue, a server that reads at all
+// takes them). A slot given up on is not waited for again until the server takes one of
+// this client's messages or a send goes through.
 eSendResult SendConnected(sMailSlotEndpoint & Endpoint, void const * pData, std::size_t nSize)
 {
-    auto const Start = std::chrono::steady_clock::now();
+    if (Endpoint.m_bStuck && ServerTookSome(Endpoint))
+        Endpoint.m_bStuck = false;
+    auto LastSeen = std::chrono::steady_clock::now();
     int const nFlags = MSG_NOSIGNAL | (Endpoint.m_bStuck ? MSG_DONTWAIT : 0);
     for (;;)
     {
         ssize_t const nSent = ::send(Endpoint.m_nSocket, pData, nSize, nFlags);
         if (nSent >= 0)
+        {
+            int const nQueued = QueuedBytes(Endpoint);
+            Endpoint.m_nQueued = nQueued > 0 ? nQueued : static_cast<int>(nSize);
             return SEND_DONE;
+        }
         int const nError = errno;
-        // A signal restarts the wait with the time that is left of it.
-        if (nError == EINTR &&
-            MillisecondsSince(Start) < static_cast<long>(PLATFORM_MAILSLOT_SEND_WAIT))
-            continue;
         if (IsGone(nError))
             return SEND_GONE;
-        if (nError == EAGAIN || nError == EWOULDBLOCK || nError == EINTR)
+        if (nError != EAGAIN && nError != EWOULDBLOCK && nError != EINTR)
+            return SEND_FAILED;
+        if (Endpoint.m_bStuck)
             return SEND_FULL;
-        return SEND_FAILED;
+        // A signal ends a slice early, like a slice that ran out.
+        if (ServerTookSome(Endpoint))
+            LastSeen = std::chrono::steady_clock::now();
+        else if (MillisecondsSince(LastSeen) >= static_cast<long>(PLATFORM_MAILSLOT_SEND_WAIT))
+            return SEND_FULL;
     }
 }
 
@@ -408,7 +447,7 @@ void * PLATFORM_OpenMailSlot(char const * szName)
     if (nSocket < 0)
         return PLATFORM_INVALID_MAILSLOT;
     bool const bBroadcast = cHost == '*';
-    timeval Wait{0, static_cast<suseconds_t>(PLATFORM_MAILSLOT_SEND_WAIT) * 1000};
+    timeval Wait{0, static_cast<suseconds_t>(s_ulWaitSlice) * 1000};
     if (::setsockopt(nSocket, SOL_SOCKET, SO_SNDTIMEO, &Wait, sizeof(Wait)) != 0)
     {
         ::close(nSocket);
