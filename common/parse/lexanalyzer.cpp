@@ -1,9 +1,12 @@
 #include "common/parse/lexanalyzer.h"
 
+#include <algorithm>
+
 CLexAnalyzer::CLexAnalyzer(CZRString const & sString)
     // Before the first token PushBack delivers TT_EOF and GetStringValue gives "EOF".
     : CStringTokenizer(sString), m_bLexPushedBack(false), m_nLexType(TT_EOF)
 {
+    IndexKeywords();
 }
 
 CLexAnalyzer::~CLexAnalyzer() {}
@@ -11,6 +14,60 @@ CLexAnalyzer::~CLexAnalyzer() {}
 void CLexAnalyzer::InsertKeyword(CZRString const & sKeyword, int nToken)
 {
     m_mapKeywords[sKeyword] = nToken;
+    IndexKeywords();
+}
+
+// Rebuilt from the table after every change; the table stays what decides.
+void CLexAnalyzer::IndexKeywords()
+{
+    m_vKeywordsByFirstByte.clear();
+    for (std::pair<CZRString const, int> const & Keyword : m_mapKeywords)
+    {
+        char const * szKeyword = reinterpret_cast<char const *>(sKeywordLess::Bytes(Keyword.first));
+        m_vKeywordsByFirstByte.emplace_back(szKeyword, Keyword.second);
+    }
+    std::stable_sort(
+        m_vKeywordsByFirstByte.begin(), m_vKeywordsByFirstByte.end(),
+        [](std::pair<std::string, int> const & Left, std::pair<std::string, int> const & Right)
+        {
+            return static_cast<unsigned char>(Left.first.c_str()[0]) <
+                   static_cast<unsigned char>(Right.first.c_str()[0]);
+        });
+    int nIndex = 0;
+    int const nCount = static_cast<int>(m_vKeywordsByFirstByte.size());
+    for (int nByte = 0; nByte < 256; ++nByte)
+    {
+        m_anFirstByteStart[nByte] = nIndex;
+        while (nIndex < nCount &&
+               static_cast<unsigned char>(m_vKeywordsByFirstByte[nIndex].first.c_str()[0]) == nByte)
+            ++nIndex;
+    }
+    m_anFirstByteStart[256] = nIndex;
+}
+
+// The same answer as a look-up in the table: equal under its order means the same bytes
+// up to the terminator.
+bool CLexAnalyzer::FindKeyword(int & nToken) const
+{
+    unsigned char const * const pWord = sKeywordLess::Bytes(m_sStringValue);
+    int const nEnd = m_anFirstByteStart[pWord[0] + 1];
+    for (int nIndex = m_anFirstByteStart[pWord[0]]; nIndex < nEnd; ++nIndex)
+    {
+        unsigned char const * pKeyword =
+            reinterpret_cast<unsigned char const *>(m_vKeywordsByFirstByte[nIndex].first.c_str());
+        unsigned char const * pByte = pWord;
+        while (*pByte != 0 && *pByte == *pKeyword)
+        {
+            ++pByte;
+            ++pKeyword;
+        }
+        if (*pByte == *pKeyword)
+        {
+            nToken = m_vKeywordsByFirstByte[nIndex].second;
+            return true;
+        }
+    }
+    return false;
 }
 
 void CLexAnalyzer::PushBack()
@@ -30,13 +87,9 @@ int CLexAnalyzer::GetNextToken()
         return m_nLexType;
     }
     int const nToken = CStringTokenizer::GetNextToken();
-    if (nToken == TT_WORD)
-    {
-        std::map<CZRString, int, sKeywordLess>::const_iterator it =
-            m_mapKeywords.find(m_sStringValue);
-        if (it != m_mapKeywords.end())
-            return m_nLexType = it->second;
-    }
+    int nKeyword = 0;
+    if (nToken == TT_WORD && FindKeyword(nKeyword))
+        return m_nLexType = nKeyword;
     return m_nLexType = JoinOperator(nToken);
 }
 

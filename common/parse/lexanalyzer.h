@@ -6,6 +6,9 @@
 #pragma once
 
 #include <map>
+#include <string>
+#include <utility>
+#include <vector>
 
 #include "common/kernel/api.h"
 #include "common/parse/stringtokenizer.h"
@@ -85,8 +88,14 @@ public:
 
 private:
     int JoinOperator(int nFirst);
+    void IndexKeywords();
+    bool FindKeyword(int & nToken) const;
 
     bool m_bLexPushedBack; // the current token is to be delivered once more
     std::map<CZRString, int, sKeywordLess> m_mapKeywords;
     int m_nLexType; // the token last returned by this class
+    // The table's keywords and numbers again, grouped by their first byte, and where each
+    // group starts: a word is compared with the keywords of its first byte only.
+    std::vector<std::pair<std::string, int>> m_vKeywordsByFirstByte;
+    int m_anFirstByteStart[257];
 };

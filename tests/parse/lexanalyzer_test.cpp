@@ -53,6 +53,38 @@ TEST(LexAnalyzer, KeywordsWithAndWithoutLowerCasing)
     EXPECT_STREQ(Letter.GetStringValue().GetString(), "'A'");
 }
 
+// Keywords are looked up among those of the word's first byte: prefixes, shared first
+// bytes, high bytes, a table that changes between words and copies that part ways.
+TEST(LexAnalyzer, KeywordTableLookups)
+{
+    CLexAnalyzer Lexer("e end else endif en endx \xc3\xa9t\xc3\xa9 \xff z end");
+    Lexer.InsertKeyword("endif", 2003);
+    Lexer.InsertKeyword("e", 2000);
+    Lexer.InsertKeyword("else", 2002);
+    Lexer.InsertKeyword("end", 2001);
+    Lexer.InsertKeyword("\xc3\xa9t\xc3\xa9", 2004);
+    Lexer.InsertKeyword("\xff", 2005);
+    Lexer.InsertKeyword("", 2006);
+    EXPECT_EQ(Lexer.GetNextToken(), 2000);
+    EXPECT_EQ(Lexer.GetNextToken(), 2001);
+    EXPECT_EQ(Lexer.GetNextToken(), 2002);
+    EXPECT_EQ(Lexer.GetNextToken(), 2003);
+    EXPECT_EQ(Lexer.GetNextToken(), TT_WORD);
+    EXPECT_EQ(Lexer.GetNextToken(), TT_WORD);
+
+    // A copy keeps the table as it stands; what is inserted later stays with its owner.
+    CLexAnalyzer Copy(Lexer);
+    Lexer.InsertKeyword("z", 2007);
+    Lexer.InsertKeyword("end", 2008);
+    EXPECT_EQ(Tokens(Lexer), (Expected{2004, 2005, 2007, 2008, TT_EOF}));
+    EXPECT_EQ(Tokens(Copy), (Expected{2004, 2005, TT_WORD, 2001, TT_EOF}));
+
+    Copy = Lexer;
+    Copy.Rewind();
+    EXPECT_EQ(Tokens(Copy),
+              (Expected{2000, 2008, 2002, 2003, TT_WORD, TT_WORD, 2004, 2005, 2007, 2008, TT_EOF}));
+}
+
 TEST(LexAnalyzer, OperatorsAcrossWhiteSpaceAndComments)
 {
     EXPECT_EQ(Tokens("a:=1"), (Expected{TT_WORD, TT_ASSIGN, TT_NUMBER, TT_EOF}));
