@@ -4,9 +4,9 @@
 
 CLexAnalyzer::CLexAnalyzer(CZRString const & sString)
     // Before the first token PushBack delivers TT_EOF and GetStringValue gives "EOF".
-    : CStringTokenizer(sString), m_bLexPushedBack(false), m_nLexType(TT_EOF)
+    : CStringTokenizer(sString), m_bLexPushedBack(false), m_nLexType(TT_EOF),
+      m_bKeywordsIndexed(false)
 {
-    IndexKeywords();
 }
 
 CLexAnalyzer::~CLexAnalyzer() {}
@@ -14,12 +14,14 @@ CLexAnalyzer::~CLexAnalyzer() {}
 void CLexAnalyzer::InsertKeyword(CZRString const & sKeyword, int nToken)
 {
     m_mapKeywords[sKeyword] = nToken;
-    IndexKeywords();
+    m_bKeywordsIndexed = false;
 }
 
-// Rebuilt from the table after every change; the table stays what decides.
+// Rebuilt from the table when a word is looked up after a change, so that a long run of
+// insertions costs one rebuild; the table stays what decides.
 void CLexAnalyzer::IndexKeywords()
 {
+    m_bKeywordsIndexed = true;
     m_vKeywordsByFirstByte.clear();
     for (std::pair<CZRString const, int> const & Keyword : m_mapKeywords)
     {
@@ -87,6 +89,8 @@ int CLexAnalyzer::GetNextToken()
         return m_nLexType;
     }
     int const nToken = CStringTokenizer::GetNextToken();
+    if (nToken == TT_WORD && !m_bKeywordsIndexed)
+        IndexKeywords();
     int nKeyword = 0;
     if (nToken == TT_WORD && FindKeyword(nKeyword))
         return m_nLexType = nKeyword;

@@ -98,4 +98,5 @@ private:
     // group starts: a word is compared with the keywords of its first byte only.
     std::vector<std::pair<std::string, int>> m_vKeywordsByFirstByte;
     int m_anFirstByteStart[257];
+    bool m_bKeywordsIndexed; // false after an insertion, until the index is rebuilt
 };
