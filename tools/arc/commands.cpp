@@ -277,6 +277,7 @@ int CommandCreate(std::string const & sArchive, std::string const & sDirectory, 
     try
     {
         CProgress Progress(!bQuiet && StderrIsTerminal(), "packing");
+        Progress.SetTotal(Check.vFiles.size());
         Progress.Attach(*pFileSystem);
         pFileSystem->CreateArchive(sArchive.c_str(), sSource.c_str());
     }

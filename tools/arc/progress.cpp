@@ -35,6 +35,7 @@ void CProgress::Attach(CExtendedFileSystem & FileSystem)
 void CProgress::SetTotal(std::uint64_t ullTotal)
 {
     m_ullTotal = ullTotal;
+    m_bTotalGiven = true;
 }
 
 void CProgress::OnEvent(int nCode, ZR_ULONG_PTR ulArg1, ZR_ULONG_PTR, ZR_ULONG_PTR ulUser)
@@ -42,6 +43,9 @@ void CProgress::OnEvent(int nCode, ZR_ULONG_PTR ulArg1, ZR_ULONG_PTR, ZR_ULONG_P
     CProgress * pThis = reinterpret_cast<CProgress *>(ulUser);
     if (nCode == XFS_NOTIFY_FOUND)
     {
+        // A total given up front stands, and spares a look at every entry.
+        if (pThis->m_bTotalGiven)
+            return;
         // The counting pass reports subdirectories too; only files are added one by one.
         if (!IsDirectory(*reinterpret_cast<CExtendedFileSystem::sArchiveFileEvent const *>(ulArg1)))
             ++pThis->m_ullTotal;

@@ -1,5 +1,6 @@
-// The progress bar of arc on stderr, driven by the file system's events: the counting
-// pass of creation (event 4) and a total given up front for extraction set the total,
+// The progress bar of arc on stderr, driven by the file system's events: a total given
+// up front (the walk's count of files before creation, the archive's before extraction)
+// or else the counting pass of creation (event 4) sets the total,
 // each file added (event 1) or extracted (event 2) moves the bar. Drawn only when
 // enabled (stderr is a terminal and --quiet wasn't given); redrawn only when what it
 // shows changes, so that a large tree doesn't turn into a flood of output.
@@ -32,6 +33,7 @@ private:
     bool m_bEnabled;
     std::string m_sVerb;
     std::uint64_t m_ullTotal = 0;
+    bool m_bTotalGiven = false;
     std::uint64_t m_ullDone = 0;
     std::string m_sShown; // the line drawn last
 };

@@ -1,6 +1,7 @@
 #include "sourcecheck.h"
 
 #include <algorithm>
+#include <cstring>
 #include <memory>
 
 #include "common/file/extendedfilesystem.h"
@@ -20,13 +21,15 @@ constexpr std::uint64_t HEADER_SIZE = 32;
 constexpr std::uint64_t RECORD_SIZE = 276;
 constexpr std::size_t NAMES_SHOWN = 5;
 
+// A directory the walk is in. Its files' names are those of its unit in
+// sSourceCheck::vFiles; its subdirectories come later, after files of theirs.
 struct sDirectory
 {
     std::string sPath;
     std::size_t nUnit;
-    std::vector<std::string> vNames;
-    std::uint64_t ullContent = 0; // file data and nested units
-    std::size_t nUnits = 1;       // this one and all below
+    std::vector<std::size_t> vDirectories; // names in sSourceCheck::sNames
+    std::uint64_t ullContent = 0;          // file data and nested units
+    std::size_t nUnits = 1;                // this one and all below
 };
 
 // Gathers what the survey reports, one directory at a time.
@@ -49,11 +52,13 @@ public:
 
 private:
     void Take(CExtendedFileSystem::sSurveyEntry const & Entry);
-    void Enter(std::string const & sName);
+    std::size_t KeepName(char const * szName);
+    void AddFile(char const * szName, std::uint64_t ullSize);
+    void Enter(char const * szName);
     void Leave();
-    void Unreachable(int nKind, std::string const & sName);
-    void CheckNames(sDirectory const & Directory);
-    void LeftOut(std::string const & sName);
+    void Unreachable(int nKind, char const * szName);
+    void CheckNames(sSourceUnit const & Unit, sDirectory const & Directory);
+    void LeftOut(char const * szName);
     void Add(std::size_t nBreach, std::string const & sName);
 
     std::string m_sShown;
@@ -63,6 +68,7 @@ private:
     std::vector<sDirectory> m_vStack;
     std::size_t m_nUnits = 0;
     std::vector<std::pair<std::size_t, std::string>> m_vSubtrees; // units below the top
+    std::vector<char const *> m_vNames;                           // of the directory being checked
     std::vector<sBreach> m_vBreaches = std::vector<sBreach>(BREACH_COUNT);
 
     enum
@@ -85,43 +91,52 @@ std::string ShownSize(std::uint64_t ullSize)
 
 void CCollector::Take(CExtendedFileSystem::sSurveyEntry const & Entry)
 {
-    std::string const sName = Entry.m_szName;
     switch (Entry.m_nKind)
     {
         case SURVEY_DIRECTORY:
-            Enter(sName);
+            Enter(Entry.m_szName);
             break;
         case SURVEY_FILE:
-        {
-            sDirectory & Directory = m_vStack.back();
-            Directory.vNames.push_back(sName);
-            Directory.ullContent += Entry.m_ullSize;
-            m_Result.vFiles.push_back({Directory.sPath + sName, Entry.m_ullSize});
-            ++m_Result.vUnits[Directory.nUnit].nFiles;
-            if (Entry.m_ullSize > OFFSET_LIMIT)
-                Add(BREACH_LARGE_FILE, ShownPath(m_sShown, Directory.sPath + sName) + " (" +
-                                           ShownSize(Entry.m_ullSize) + ")");
+            AddFile(Entry.m_szName, Entry.m_ullSize);
             break;
-        }
         case SURVEY_END:
             Leave();
             break;
         case SURVEY_LEFT_OUT:
-            LeftOut(sName);
+            LeftOut(Entry.m_szName);
             break;
         default:
-            Unreachable(Entry.m_nKind, sName);
+            Unreachable(Entry.m_nKind, Entry.m_szName);
             break;
     }
 }
 
-void CCollector::Enter(std::string const & sName)
+// Where the name now stands in sSourceCheck::sNames.
+std::size_t CCollector::KeepName(char const * szName)
+{
+    std::size_t const nName = m_Result.sNames.size();
+    m_Result.sNames.append(szName, std::strlen(szName) + 1);
+    return nName;
+}
+
+void CCollector::AddFile(char const * szName, std::uint64_t ullSize)
+{
+    sDirectory & Directory = m_vStack.back();
+    Directory.ullContent += ullSize;
+    m_Result.vFiles.push_back({KeepName(szName), ullSize});
+    ++m_Result.vUnits[Directory.nUnit].nFiles;
+    if (ullSize > OFFSET_LIMIT)
+        Add(BREACH_LARGE_FILE,
+            ShownPath(m_sShown, Directory.sPath + szName) + " (" + ShownSize(ullSize) + ")");
+}
+
+void CCollector::Enter(char const * szName)
 {
     std::string sPath;
     if (!m_vStack.empty())
     {
-        m_vStack.back().vNames.push_back(sName);
-        sPath = m_vStack.back().sPath + sName + "/";
+        m_vStack.back().vDirectories.push_back(KeepName(szName));
+        sPath = m_vStack.back().sPath + szName + "/";
     }
     ++m_nUnits;
     sSourceUnit Unit;
@@ -135,10 +150,10 @@ void CCollector::Leave()
 {
     sDirectory Directory = std::move(m_vStack.back());
     m_vStack.pop_back();
-    m_Result.vUnits[Directory.nUnit].nEntries = Directory.vNames.size();
-    CheckNames(Directory);
-    std::uint64_t const ullSize =
-        HEADER_SIZE + Directory.ullContent + RECORD_SIZE * Directory.vNames.size();
+    sSourceUnit & Unit = m_Result.vUnits[Directory.nUnit];
+    Unit.nEntries = Unit.nFiles + Directory.vDirectories.size();
+    CheckNames(Unit, Directory);
+    std::uint64_t const ullSize = HEADER_SIZE + Directory.ullContent + RECORD_SIZE * Unit.nEntries;
     if (m_vStack.empty())
     {
         m_Result.ullArchiveSize = ullSize;
@@ -152,12 +167,13 @@ void CCollector::Leave()
 
 // A directory the walk can't go into still counts as an entry and a unit; whatever it
 // holds is unknown.
-void CCollector::Unreachable(int nKind, std::string const & sName)
+void CCollector::Unreachable(int nKind, char const * szName)
 {
+    std::string const sName = szName;
     std::string sPath = sName;
     if (!m_vStack.empty())
     {
-        m_vStack.back().vNames.push_back(sName);
+        m_vStack.back().vDirectories.push_back(KeepName(szName));
         m_vStack.back().ullContent += HEADER_SIZE;
         ++m_vStack.back().nUnits;
         sPath = m_vStack.back().sPath + sName;
@@ -174,32 +190,44 @@ void CCollector::Unreachable(int nKind, std::string const & sName)
 
 // Without case as the library compares, then byte by byte, so that equal names stand
 // side by side in one order.
-bool LessWithoutCase(std::string const & sLeft, std::string const & sRight)
+bool LessWithoutCase(char const * szLeft, char const * szRight)
 {
-    int const nOrder = STR_stricmp(sLeft.c_str(), sRight.c_str());
-    return nOrder != 0 ? nOrder < 0 : sLeft < sRight;
+    int const nOrder = STR_stricmp(szLeft, szRight);
+    return nOrder != 0 ? nOrder < 0 : std::strcmp(szLeft, szRight) < 0;
 }
 
-void CCollector::CheckNames(sDirectory const & Directory)
+// In the order above, so that what breaks a rule is reported alike from run to run. A
+// path is made only for a name that breaks one.
+void CCollector::CheckNames(sSourceUnit const & Unit, sDirectory const & Directory)
 {
-    std::vector<std::string> vSorted = Directory.vNames;
-    std::sort(vSorted.begin(), vSorted.end(), LessWithoutCase);
-    for (std::size_t nName = 0; nName < vSorted.size(); ++nName)
+    m_vNames.clear();
+    for (std::size_t nFile = Unit.nFirstFile; nFile < Unit.nFirstFile + Unit.nFiles; ++nFile)
+        m_vNames.push_back(m_Result.FileName(nFile));
+    for (std::size_t const nName : Directory.vDirectories)
+        m_vNames.push_back(m_Result.sNames.c_str() + nName);
+    std::sort(m_vNames.begin(), m_vNames.end(), LessWithoutCase);
+    // The library opens a member by the archive's name, a backslash and its path.
+    std::size_t const nMemberStart = m_sArchiveName.size() + 1 + Directory.sPath.size();
+    for (std::size_t nName = 0; nName < m_vNames.size(); ++nName)
     {
-        std::string const & sName = vSorted[nName];
-        std::string const sPath = Directory.sPath + sName;
-        if (sName.find('\\') != std::string::npos)
+        char const * const szName = m_vNames[nName];
+        std::size_t const nLength = std::strlen(szName);
+        bool const bBackslash = std::memchr(szName, '\\', nLength) != nullptr;
+        std::size_t const nMember = nMemberStart + nLength;
+        bool const bCase = nName > 0 && STR_stricmp(m_vNames[nName - 1], szName) == 0;
+        if (!bBackslash && nLength <= NAME_LIMIT && nMember <= PATH_LIMIT && !bCase)
+            continue;
+        std::string const sPath = Directory.sPath + szName;
+        if (bBackslash)
             Add(BREACH_BACKSLASH, ShownPath(m_sShown, sPath));
-        if (sName.size() > NAME_LIMIT)
+        if (nLength > NAME_LIMIT)
             Add(BREACH_LONG_NAME, ShownPath(m_sShown, sPath));
-        // The library opens a member by the archive's name, a backslash and its path.
-        std::size_t const nMember = m_sArchiveName.size() + 1 + sPath.size();
         if (nMember > PATH_LIMIT)
             Add(BREACH_MEMBER_PATH,
                 ShownPath(m_sShown, sPath) + " (" + std::to_string(nMember) + " bytes)");
-        if (nName > 0 && STR_stricmp(vSorted[nName - 1].c_str(), sName.c_str()) == 0)
+        if (bCase)
             Add(BREACH_CASE,
-                ShownPath(m_sShown, Directory.sPath + vSorted[nName - 1]) + " and " + sName);
+                ShownPath(m_sShown, Directory.sPath + m_vNames[nName - 1]) + " and " + szName);
     }
 }
 
@@ -232,11 +260,11 @@ std::string KindOf(fs::directory_entry const & Entry)
 // Packing takes directories and regular files (a link to one counts as the file); the
 // search tells of the rest of the directory, named here, so that nothing goes missing
 // without a word.
-void CCollector::LeftOut(std::string const & sName)
+void CCollector::LeftOut(char const * szName)
 {
     std::string const & sPath = m_vStack.back().sPath;
-    fs::directory_entry const Entry(m_Directory / sPath / sName);
-    m_Result.vLeftOut.push_back(ShownPath(m_sShown, sPath + sName) + ": " + KindOf(Entry));
+    fs::directory_entry const Entry(m_Directory / sPath / szName);
+    m_Result.vLeftOut.push_back(ShownPath(m_sShown, sPath + szName) + ": " + KindOf(Entry));
 }
 
 void CCollector::Add(std::size_t nBreach, std::string const & sName)

@@ -30,7 +30,7 @@ struct sSourceUnit
 
 struct sSourceFile
 {
-    std::string sPath; // relative to the source
+    std::size_t nName; // where its name begins in sSourceCheck::sNames
     std::uint64_t ullSize;
 };
 
@@ -38,9 +38,19 @@ struct sSourceCheck
 {
     std::vector<sSourceUnit> vUnits; // in packing order
     std::vector<sSourceFile> vFiles; // in packing order
+    // The names of the tree one after another, each ended by a zero byte: one block
+    // for all, rather than a string for each of perhaps millions of files.
+    std::string sNames;
     std::uint64_t ullArchiveSize = 0;
     std::vector<std::string> vLeftOut; // "path: what it is"
     std::vector<sBreach> vBreaches;    // empty when the archive reads back whole
+
+    char const * FileName(std::size_t nFile) const { return sNames.c_str() + vFiles[nFile].nName; }
+    // Relative to the source, as sSourceUnit::sPath is.
+    std::string FilePath(sSourceUnit const & Unit, std::size_t nFile) const
+    {
+        return Unit.sPath + FileName(nFile);
+    }
 };
 
 // Walks the directory as CreateArchive(sArchive, sSourceForm) will; sShown is how the

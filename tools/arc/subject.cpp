@@ -1,6 +1,7 @@
 #include "subject.h"
 
 #include <algorithm>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 
@@ -11,12 +12,6 @@ namespace fs = std::filesystem;
 
 namespace
 {
-std::string NameOf(std::string const & sPath)
-{
-    std::size_t const nSlash = sPath.rfind('/', sPath.size() - 2);
-    return nSlash == std::string::npos ? sPath : sPath.substr(nSlash + 1);
-}
-
 bool IsReadError(std::uint32_t ulCode)
 {
     return ulCode == 4006 || ulCode == 4010;
@@ -58,7 +53,8 @@ void CPackSubject::SkipDone()
 
 void CPackSubject::Take(int nCode, char const * szDirectory, char const * szName)
 {
-    m_sLastEvent = std::string(szDirectory) + "/" + szName;
+    // Filled in place, since this runs twice for every file packed.
+    m_sLastEvent.assign(szDirectory).append("/").append(szName);
     if (m_bLost)
         return;
     SkipDone();
@@ -72,7 +68,7 @@ void CPackSubject::Take(int nCode, char const * szDirectory, char const * szName
     bool bExpected = nCode == (bCounting ? XFS_NOTIFY_FOUND : XFS_NOTIFY_ADDFILE);
     if (bExpected && !bCounting)
         bExpected =
-            NameOf(m_Check.vFiles[Unit.nFirstFile + m_nSeen - Unit.nEntries].sPath) == szName;
+            std::strcmp(m_Check.FileName(Unit.nFirstFile + m_nSeen - Unit.nEntries), szName) == 0;
     m_bLost = !bExpected;
     ++m_nSeen;
 }
@@ -88,7 +84,7 @@ std::string CPackSubject::Describe(std::uint32_t ulCode) const
     {
         sSourceUnit const & Unit = m_Check.vUnits[m_nUnit];
         if (m_nSeen >= Unit.nEntries && m_nSeen < Unit.nEntries + Unit.nFiles)
-            return DescribeFile(Unit.nFirstFile + m_nSeen - Unit.nEntries);
+            return DescribeFile(Unit, Unit.nFirstFile + m_nSeen - Unit.nEntries);
     }
     if (ulCode == 4016)
         return DescribeDirectory();
@@ -97,10 +93,10 @@ std::string CPackSubject::Describe(std::uint32_t ulCode) const
     return Escaped(m_sShown);
 }
 
-std::string CPackSubject::DescribeFile(std::size_t nFile) const
+std::string CPackSubject::DescribeFile(sSourceUnit const & Unit, std::size_t nFile) const
 {
     sSourceFile const & File = m_Check.vFiles[nFile];
-    std::string const sPath = JoinPath(m_sShown, File.sPath);
+    std::string const sPath = JoinPath(m_sShown, m_Check.FilePath(Unit, nFile));
     std::string const sShown = Escaped(sPath);
     std::error_code Error;
     if (!fs::exists(fs::symlink_status(sPath, Error)))

@@ -30,7 +30,7 @@ private:
     void Take(int nCode, char const * szDirectory, char const * szName);
     // Moves past units whose events are all seen, and units that raise none.
     void SkipDone();
-    std::string DescribeFile(std::size_t nFile) const;
+    std::string DescribeFile(sSourceUnit const & Unit, std::size_t nFile) const;
     std::string DescribeDirectory() const;
 
     sSourceCheck const & m_Check;
