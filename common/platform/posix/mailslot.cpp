@@ -203,16 +203,13 @@ eSendResult SendConnected(sMailSlotEndpoint & Endpoint, void const * pData, std:
     if (Endpoint.m_bStuck && ServerTookSome(Endpoint))
         Endpoint.m_bStuck = false;
     auto LastSeen = std::chrono::steady_clock::now();
+    bool bCounted = false; // whether this send counted the queue yet
     int const nFlags = MSG_NOSIGNAL | (Endpoint.m_bStuck ? MSG_DONTWAIT : 0);
     for (;;)
     {
         ssize_t const nSent = ::send(Endpoint.m_nSocket, pData, nSize, nFlags);
         if (nSent >= 0)
-        {
-            int const nQueued = QueuedBytes(Endpoint);
-            Endpoint.m_nQueued = nQueued > 0 ? nQueued : static_cast<int>(nSize);
             return SEND_DONE;
-        }
         int const nError = errno;
         if (IsGone(nError))
             return SEND_GONE;
@@ -220,11 +217,15 @@ eSendResult SendConnected(sMailSlotEndpoint & Endpoint, void const * pData, std:
             return SEND_FAILED;
         if (Endpoint.m_bStuck)
             return SEND_FULL;
-        // A signal ends a slice early, like a slice that ran out.
-        if (ServerTookSome(Endpoint))
+        // The queue is counted first when a send has to wait, not after every send that
+        // goes through, which would cost each record a second call. A signal ends a slice
+        // early, like a slice that ran out.
+        bool const bTook = ServerTookSome(Endpoint);
+        if (bTook || !bCounted)
             LastSeen = std::chrono::steady_clock::now();
         else if (MillisecondsSince(LastSeen) >= static_cast<long>(PLATFORM_MAILSLOT_SEND_WAIT))
             return SEND_FULL;
+        bCounted = true;
     }
 }
 
