@@ -64,15 +64,18 @@ void CProgress::Draw()
     std::uint64_t const ullTotal = m_ullTotal > m_ullDone ? m_ullTotal : m_ullDone;
     int const nFilled = ullTotal > 0 ? static_cast<int>(m_ullDone * BAR_WIDTH / ullTotal) : 0;
     int const nPercent = ullTotal > 0 ? static_cast<int>(m_ullDone * 100 / ullTotal) : 0;
-    std::string const sBar = std::string(static_cast<std::size_t>(nFilled), '#') +
-                             std::string(static_cast<std::size_t>(BAR_WIDTH - nFilled), '-');
     // The counts change with every file; a new line is drawn only when the bar or the
     // percentage moves, or every 100 files.
-    std::string const sKey =
-        sBar + std::to_string(nPercent) + "/" + std::to_string(m_ullDone / 100);
-    if (sKey == m_sShown)
+    std::uint64_t const ullHundreds = m_ullDone / 100;
+    if (m_bDrawn && nFilled == m_nShownFilled && nPercent == m_nShownPercent &&
+        ullHundreds == m_ullShownHundreds)
         return;
-    m_sShown = sKey;
+    m_bDrawn = true;
+    m_nShownFilled = nFilled;
+    m_nShownPercent = nPercent;
+    m_ullShownHundreds = ullHundreds;
+    std::string const sBar = std::string(static_cast<std::size_t>(nFilled), '#') +
+                             std::string(static_cast<std::size_t>(BAR_WIDTH - nFilled), '-');
     std::fprintf(stderr, "\r%s [%s] %3d%% %llu/%llu files", m_sVerb.c_str(), sBar.c_str(), nPercent,
                  static_cast<unsigned long long>(m_ullDone),
                  static_cast<unsigned long long>(ullTotal));
@@ -81,9 +84,9 @@ void CProgress::Draw()
 
 void CProgress::Finish()
 {
-    if (!m_bEnabled || m_sShown.empty())
+    if (!m_bEnabled || !m_bDrawn)
         return;
-    m_sShown.clear();
+    m_bDrawn = false;
     Draw();
     std::fputc('\n', stderr);
 }

@@ -35,7 +35,11 @@ private:
     std::uint64_t m_ullTotal = 0;
     bool m_bTotalGiven = false;
     std::uint64_t m_ullDone = 0;
-    std::string m_sShown; // the line drawn last
+    // What the line drawn last shows, when there is one.
+    bool m_bDrawn = false;
+    int m_nShownFilled = 0;
+    int m_nShownPercent = 0;
+    std::uint64_t m_ullShownHundreds = 0;
 };
 
 // Whether stderr is a terminal.
