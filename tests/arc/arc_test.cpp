@@ -288,6 +288,18 @@ TEST_F(Arc, TreesPastTheLimitsAreRefusedBeforeAnythingIsWritten)
                                      "registers at most 256 units (directories) per process:\n"));
     EXPECT_THAT(Many.sErr, HasSubstr("arc:   and 251 more\narc:   split the tree"));
     EXPECT_FALSE(fs::exists(m_Dir.Path() / "many.arc"));
+    // An archive made elsewhere with as many is refused by extraction before it writes,
+    // where the library would leave the subtrees past its table out without a word.
+    ArchiveEntries vDirectories;
+    for (int nDirectory = 0; nDirectory < 256; ++nDirectory)
+        vDirectories.emplace_back("d" + std::to_string(nDirectory), ArchiveUnit({{"x", "x"}}));
+    m_Dir.WriteFile("made.arc", ArchiveUnit({}, vDirectories));
+    fs::create_directories(m_Dir.Path() / "into");
+    EXPECT_EQ(Run({"extract", "made", "into"}),
+              (sRun{1, "",
+                    "arc: made.arc holds 257 directories; extraction unpacks at most 256, since "
+                    "the library's file system registers at most 256 units per process\n"}));
+    EXPECT_TRUE(fs::is_empty(m_Dir.Path() / "into"));
 
     // A sparse file of 4 GiB: refused by its size, not one byte of it copied.
     fs::create_directories(m_Dir.Path() / "big");
