@@ -30,9 +30,11 @@ bool SameValue(CZRProperty const & Left, CZRProperty const & Right)
             return std::memcmp(&fLeft, &fRight, sizeof(float)) == 0;
         }
         case PROP_STRING:
+            // An empty string may have no block at all: its text is null.
             return Left.GetString().GetLength() == Right.GetString().GetLength() &&
-                   std::memcmp(Left.GetString().GetString(), Right.GetString().GetString(),
-                               Left.GetString().GetLength()) == 0;
+                   (Left.GetString().GetLength() == 0 ||
+                    std::memcmp(Left.GetString().GetString(), Right.GetString().GetString(),
+                                Left.GetString().GetLength()) == 0);
         default:
             return true;
     }
