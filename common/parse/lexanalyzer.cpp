@@ -4,7 +4,7 @@
 
 CLexAnalyzer::CLexAnalyzer(CZRString const & sString)
     // Before the first token PushBack delivers TT_EOF and GetStringValue gives "EOF".
-    : CStringTokenizer(sString), m_bLexPushedBack(false), m_nLexType(TT_EOF),
+    : CStringTokenizer(sString), m_bLexPushedBack(false), m_nLexType(TT_EOF), m_anFirstByteStart(),
       m_bKeywordsIndexed(false)
 {
 }
