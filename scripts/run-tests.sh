@@ -13,12 +13,11 @@ if [ "$preset" = windows ]; then
     scripts/install-deps.sh windows
     cmake --preset windows-x64
     cmake --build --preset windows-x64 -j2
-    # A throwaway prefix per run, made once before the tests (wineboot takes a while);
-    # a wineserver kept alive across the tests spares each one its start.
+    # A throwaway prefix per run, made once before the tests (wineboot takes a while),
+    # its wine server kept across them.
     export WINEPREFIX="$PWD/build/windows-x64/wineprefix"
     rm -rf "$WINEPREFIX" "$WINEPREFIX.lock"
-    scripts/wine-run.sh --prefix "$WINEPREFIX" cmd /c ver
-    wineserver -p || true
+    scripts/wine-run.sh --prefix "$WINEPREFIX" --keep
     trap 'wineserver -k || true' EXIT
     ctest --preset windows-x64
     cmake --preset windows-x86

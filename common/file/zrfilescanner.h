@@ -1,6 +1,6 @@
 // CZRFileScanner: walks a list of disk directories, each with its own mask, and calls a
 // function for every matching file: depth-first, a directory's files before its
-// subdirectories, in the file system's order; subdirectories whose names begin with a
+// subdirectories, in the directory search's order; subdirectories whose names begin with a
 // dot are skipped. Run scans on the caller's thread; RunThread on a detached worker that
 // works on copies of the lists, so the scanner may be destroyed while it runs. The
 // callback runs on the scanning thread with no lock held. Disk only: no roots, no archives.

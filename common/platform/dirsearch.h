@@ -2,7 +2,10 @@
 // mask rules. '*' is any run of characters, '?' exactly one, case does not count, and
 // "*.*" matches every name. "." and ".." are hits. Only directories and regular files
 // are reported; a symbolic link counts as its target, except that a link to a directory
-// is not reported at all, so that no walk can loop. The order is the file system's.
+// is not reported at all, so that no walk can loop. The order is that of NTFS: ".", "..",
+// then the names compared byte by byte with the ASCII letters in upper case, names equal
+// but for case upper case first. Windows' own search gives it on NTFS (and under wine);
+// elsewhere the directory is read whole and sorted so when the search opens.
 #pragma once
 
 #include <cstdint>

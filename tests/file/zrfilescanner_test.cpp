@@ -148,6 +148,30 @@ TEST(ZRFileScanner, MasksFollowTheWindowsRules)
     }
 }
 
+// Files come in NTFS's order whatever order they were made in and the file system
+// keeps: ASCII letters upper-cased, so '_' and '~' follow 'Z', a name before its longer
+// forms, and names equal but for case upper case first where the disk can hold both.
+TEST(ZRFileScanner, FilesComeInOneOrderOnEverySystem)
+{
+    CTempDir Temp;
+    Temp.WriteFile("b", "");
+    bool const bCaseApart = !std::filesystem::exists(Temp / "B");
+    Names vMade{"~t", "_x", "a_b", "Z", "10", "ab", "a.b", "2", "A", "b"};
+    Names vOrder{"10", "2", "A", "a.b", "ab", "a_b", "b", "Z", "_x", "~t"};
+    if (bCaseApart)
+    {
+        vMade.insert(vMade.begin() + 3, {"B", "aB"});
+        vOrder = {"10", "2", "A", "a.b", "aB", "ab", "a_b", "B", "b", "Z", "_x", "~t"};
+    }
+    for (std::string const & sName : vMade)
+        Temp.WriteFile("top/" + sName, "");
+    CZRFileScanner Scanner;
+    Scanner.AddScanDirectory((Temp / "top").c_str(), "*.*");
+    CRecorder Recorder;
+    Scanner.Run(CRecorder::Callback, Recorder.User());
+    EXPECT_EQ(Recorder.Calls(), vOrder);
+}
+
 TEST(ZRFileScanner, EachDirectoryHasItsOwnMaskAndCountsUseTheArgument)
 {
     CTempDir Temp;
