@@ -9,6 +9,7 @@
 // A handle, and every handle shared from it, is used by one thread at a time.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 // What a failed open returns, in the manner of the original INVALID_HANDLE_VALUE.
@@ -31,9 +32,16 @@ struct sMailSlotSender
     std::uint32_t m_ulUserId;
 };
 
+// The longest NAME a slot takes on every system: what a local socket address holds
+// beside its prefix, so that a name works alike everywhere.
+constexpr std::size_t PLATFORM_MAILSLOT_MAX_NAME = 95;
+
+// Splits "\\H\mailslot\NAME" ("mailslot" in any case) into the host mark H, '.' or '*',
+// and NAME, which points into szName. False for any other form or host (remote machines
+// and domains are not served), and for a NAME that is empty or too long.
+bool PLATFORM_ParseMailSlotName(char const * szName, char & cHost, char const *& szBase);
 // Server side: the handle, or PLATFORM_INVALID_MAILSLOT when the name is malformed,
-// not a "\\.\" name, or already served. An abstract socket address has room for a
-// NAME of at most 95 bytes; a longer one is refused on both sides.
+// not a "\\.\" name, or already served.
 void * PLATFORM_CreateMailSlot(char const * szName);
 // Client side: the handle, or PLATFORM_INVALID_MAILSLOT.
 void * PLATFORM_OpenMailSlot(char const * szName);

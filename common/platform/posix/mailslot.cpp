@@ -36,6 +36,10 @@ constexpr std::uint32_t s_ulWaitSlice = 250;
 // Of the same length, so that every name that fits one address fits the other.
 char const s_szLossPrefix[] = "zr-maillost:";
 static_assert(sizeof(s_szLossPrefix) == sizeof(s_szAddressPrefix), "prefixes of one length");
+// A leading NUL byte, the prefix and the longest NAME fill the address.
+static_assert(1 + sizeof(s_szAddressPrefix) - 1 + PLATFORM_MAILSLOT_MAX_NAME ==
+                  sizeof(sockaddr_un::sun_path),
+              "the longest name fits the address");
 
 struct sMailSlotEndpoint
 {
@@ -68,35 +72,15 @@ char LowerAscii(char c)
     return (c >= 'A' && c <= 'Z') ? static_cast<char>(c - 'A' + 'a') : c;
 }
 
-bool HasPrefixCaseBlind(char const * szText, char const * szPrefix)
-{
-    for (; *szPrefix != '\0'; ++szText, ++szPrefix)
-    {
-        if (LowerAscii(*szText) != LowerAscii(*szPrefix))
-            return false;
-    }
-    return true;
-}
-
-// Splits "\\H\mailslot\NAME" into the host mark H ('.' or '*') and the abstract
-// address of NAME. Other hosts (remote machines, domains) do not exist here.
+// The abstract address of the slot named szName, and its host mark ('.' or '*').
 bool ParseName(char const * szName, char & cHost, sockaddr_un & Address, socklen_t & nLength)
 {
-    if (szName == nullptr || szName[0] != '\\' || szName[1] != '\\')
+    char const * szBase = nullptr;
+    if (!PLATFORM_ParseMailSlotName(szName, cHost, szBase))
         return false;
-    cHost = szName[2];
-    if ((cHost != '.' && cHost != '*') || szName[3] != '\\')
-        return false;
-    char const * szSlot = szName + 4;
-    if (!HasPrefixCaseBlind(szSlot, "mailslot\\"))
-        return false;
-    char const * szBase = szSlot + std::strlen("mailslot\\");
     std::size_t const nBase = std::strlen(szBase);
     std::size_t const nPrefix = std::strlen(s_szAddressPrefix);
     // The abstract name starts after a leading NUL byte of sun_path.
-    if (nBase == 0 || 1 + nPrefix + nBase > sizeof(Address.sun_path))
-        return false;
-
     std::memset(&Address, 0, sizeof(Address));
     Address.sun_family = AF_UNIX;
     std::memcpy(Address.sun_path + 1, s_szAddressPrefix, nPrefix);

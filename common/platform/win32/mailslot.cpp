@@ -16,10 +16,6 @@
 
 namespace
 {
-// The longest NAME that a slot takes on every system (the bound of a local socket
-// address elsewhere), so that a name works alike everywhere.
-constexpr std::size_t MAX_NAME = 95;
-
 struct sMailSlotEndpoint
 {
     std::atomic<int> m_nShares; // handles on this endpoint; freed with the last
@@ -31,39 +27,10 @@ struct sMailSlotEndpoint
     std::string m_sLocalName;
 };
 
-char LowerAscii(char c)
+// NAME's local slot.
+std::string LocalName(char const * szBase)
 {
-    return (c >= 'A' && c <= 'Z') ? static_cast<char>(c - 'A' + 'a') : c;
-}
-
-bool HasPrefixCaseBlind(char const * szText, char const * szPrefix)
-{
-    for (; *szPrefix != '\0'; ++szText, ++szPrefix)
-    {
-        if (LowerAscii(*szText) != LowerAscii(*szPrefix))
-            return false;
-    }
-    return true;
-}
-
-// Splits "\\H\mailslot\NAME" into the host mark H ('.' or '*') and NAME.
-bool ParseName(char const * szName, char & cHost, std::string & sBase)
-{
-    if (szName == nullptr || szName[0] != '\\' || szName[1] != '\\')
-        return false;
-    cHost = szName[2];
-    if ((cHost != '.' && cHost != '*') || szName[3] != '\\')
-        return false;
-    char const * szSlot = szName + 4;
-    if (!HasPrefixCaseBlind(szSlot, "mailslot\\"))
-        return false;
-    sBase = szSlot + std::strlen("mailslot\\");
-    return !sBase.empty() && sBase.size() <= MAX_NAME;
-}
-
-std::string LocalName(std::string const & sBase)
-{
-    return "\\\\.\\mailslot\\" + sBase;
+    return std::string("\\\\.\\mailslot\\") + szBase;
 }
 
 sMailSlotEndpoint * Endpoint(void * hSlot)
@@ -136,12 +103,12 @@ bool SendLocalBroadcast(sMailSlotEndpoint & Endpoint, void const * pData, std::u
 void * PLATFORM_CreateMailSlot(char const * szName)
 {
     char cHost;
-    std::string sBase;
-    if (!ParseName(szName, cHost, sBase) || cHost != '.')
+    char const * szBase = nullptr;
+    if (!PLATFORM_ParseMailSlotName(szName, cHost, szBase) || cHost != '.')
         return PLATFORM_INVALID_MAILSLOT;
     // A read time-out of 0: a read never waits. A second server of the name is refused.
     HANDLE const hSlot =
-        ::CreateMailslotA(LocalName(sBase).c_str(), PLATFORM_MAILSLOT_MAX_MESSAGE, 0, nullptr);
+        ::CreateMailslotA(LocalName(szBase).c_str(), PLATFORM_MAILSLOT_MAX_MESSAGE, 0, nullptr);
     if (hSlot == INVALID_HANDLE_VALUE)
         return PLATFORM_INVALID_MAILSLOT;
     return NewEndpoint(hSlot, true, false, false, std::string());
@@ -150,12 +117,12 @@ void * PLATFORM_CreateMailSlot(char const * szName)
 void * PLATFORM_OpenMailSlot(char const * szName)
 {
     char cHost;
-    std::string sBase;
-    if (!ParseName(szName, cHost, sBase))
+    char const * szBase = nullptr;
+    if (!PLATFORM_ParseMailSlotName(szName, cHost, szBase))
         return PLATFORM_INVALID_MAILSLOT;
     if (cHost == '.')
     {
-        HANDLE const hSlot = OpenForWriting(LocalName(sBase).c_str());
+        HANDLE const hSlot = OpenForWriting(LocalName(szBase).c_str());
         if (hSlot == INVALID_HANDLE_VALUE)
             return PLATFORM_INVALID_MAILSLOT;
         return NewEndpoint(hSlot, false, false, false, std::string());
@@ -163,7 +130,7 @@ void * PLATFORM_OpenMailSlot(char const * szName)
     HANDLE const hBroadcast = OpenForWriting(szName);
     if (hBroadcast != INVALID_HANDLE_VALUE)
         return NewEndpoint(hBroadcast, false, true, false, std::string());
-    return NewEndpoint(INVALID_HANDLE_VALUE, false, true, true, LocalName(sBase));
+    return NewEndpoint(INVALID_HANDLE_VALUE, false, true, true, LocalName(szBase));
 }
 
 bool PLATFORM_WriteMailSlot(void * hSlot, void const * pData, std::uint32_t ulSize,
