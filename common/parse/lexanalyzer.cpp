@@ -89,11 +89,13 @@ int CLexAnalyzer::GetNextToken()
         return m_nLexType;
     }
     int const nToken = CStringTokenizer::GetNextToken();
-    if (nToken == TT_WORD && !m_bKeywordsIndexed)
-        IndexKeywords();
-    int nKeyword = 0;
-    if (nToken == TT_WORD && FindKeyword(nKeyword))
-        return m_nLexType = nKeyword;
+    if (nToken == TT_WORD)
+    {
+        if (!m_bKeywordsIndexed)
+            IndexKeywords();
+        int nKeyword = 0;
+        return m_nLexType = FindKeyword(nKeyword) ? nKeyword : TT_WORD;
+    }
     return m_nLexType = JoinOperator(nToken);
 }
 
@@ -101,8 +103,16 @@ int CLexAnalyzer::GetNextToken()
 // that token back to the base.
 int CLexAnalyzer::JoinOperator(int nFirst)
 {
-    if (nFirst != '.' && nFirst != '<' && nFirst != '>' && nFirst != ':')
-        return nFirst;
+    switch (nFirst)
+    {
+        case '.':
+        case '<':
+        case '>':
+        case ':':
+            break;
+        default:
+            return nFirst;
+    }
     int nSecond = CStringTokenizer::GetNextToken();
     switch (nFirst)
     {

@@ -52,6 +52,13 @@ static constexpr unsigned char s_aucScanOfClass[32] = {
 // value a table that makes the blank ordinary cannot conjure up blank tokens forever.
 static int const s_nReadNext = -2;
 
+// The peek character that stands for "the byte at the reading point, read": a scan that
+// ends on a following byte leaves it in the text, where the next scan reads it in the
+// same way as a byte still to be read. Outside a scan the reading point counts as one
+// further (GetPosInString, the counters); SetPosInString makes the byte a real peek
+// character first.
+static int const s_nPeekAtPos = -3;
+
 // Clips a range of character codes to 0..255; false when nothing is left of it.
 static bool ClipRange(int & nLow, int & nHigh)
 {
@@ -70,7 +77,8 @@ CStringTokenizer::CStringTokenizer(CZRString const & sString)
       m_bPushedBack(false), m_nLineNumber(1), m_nColumnNumber(1), m_nPeekChar(s_nReadNext),
       // Before the first token PushBack delivers TT_EOF and GetStringValue gives "EOF":
       // a defined value that no caller can take for text.
-      m_nTokenType(TT_EOF), m_nTabSize(4), m_bStartOfLine(true), m_nContinuationDepth(0)
+      m_nTokenType(TT_EOF), m_nTabSize(4), m_bStartOfLine(true), m_nContinuationDepth(0),
+      m_nCountedPos(0)
 {
     m_sOriginalString += static_cast<char>(-1);
     ResetCharacterTypeTable();
@@ -134,16 +142,18 @@ void CStringTokenizer::QuoteChar(int nChar)
 void CStringTokenizer::SetTabSize(int nTabSize)
 {
     ZR_CHECK(nTabSize > 0, s_szSourceFile);
+    // What was read so far counts with the old size.
+    CountReadBytes();
     m_nTabSize = nTabSize;
 }
 
 void CStringTokenizer::Rewind()
 {
-    m_bStartOfLine = true;
     m_nLineNumber = 1;
-    m_nColumnNumber = 1;
+    StartOfLine();
     m_bPushedBack = false;
     m_nPosInString = 0;
+    m_nCountedPos = 0;
     m_sStringValue.Empty();
     m_dNumValue = 0.0;
     m_nPeekChar = s_nReadNext;
@@ -227,10 +237,6 @@ public:
         m_nLength += nCount;
     }
 
-    int GetLength() const { return m_nLength; }
-    unsigned char GetLast() const { return static_cast<unsigned char>(m_pBuffer[m_nLength - 1]); }
-    void DropLast() { --m_nLength; }
-
     void Finish()
     {
         if (m_pBuffer != nullptr)
@@ -268,33 +274,17 @@ private:
 
 // Returns the next byte as 0..255, or -1 for the end marker. Only the last byte of the
 // held copy is the marker, so that a byte 0xFF of the text itself is read as text.
+// Line and column are counted when asked for (CountReadBytes), not here.
 // Inline (and so hidden) keeps the per-byte calls off the shared library's call table.
 inline int CStringTokenizer::GetChar()
 {
-    int const nMarker = m_sOriginalString.GetLength() - 1;
     int const nPos = m_nPosInString;
     int nChar = -1;
-    if (nPos >= 0 && nPos < nMarker)
-        nChar = static_cast<unsigned char>(m_sOriginalString.GetString()[nPos]);
-    else
+    if (static_cast<unsigned int>(nPos) < static_cast<unsigned int>(Marker()))
+        nChar = Text()[nPos];
+    else if (nPos != Marker())
         static_cast<void>(m_sOriginalString.GetAt(nPos)); // a position outside the copy fails here
-    ++m_nPosInString;
-
-    // Unsigned arithmetic: with a huge tab size the column wraps instead of overflowing.
-    unsigned int const uColumn = static_cast<unsigned int>(m_nColumnNumber);
-    if (nChar == 9)
-    {
-        unsigned int const uTabSize = static_cast<unsigned int>(m_nTabSize);
-        m_nColumnNumber = static_cast<int>(uColumn + uTabSize - uColumn % uTabSize);
-    }
-    else
-    {
-        m_nColumnNumber = static_cast<int>(uColumn + 1);
-    }
-    if (nChar == 10)
-        NewLine();
-    else
-        m_bStartOfLine = false;
+    m_nPosInString = nPos + 1;
     return nChar;
 }
 
@@ -303,12 +293,6 @@ inline int CStringTokenizer::GetCharType(int nChar) const
     if (nChar >= 256)
         return CT_ALPHA;
     return m_acCharType[nChar];
-}
-
-void CStringTokenizer::NewLine()
-{
-    ++m_nLineNumber;
-    StartOfLine();
 }
 
 void CStringTokenizer::StartOfLine()
@@ -328,10 +312,9 @@ void CStringTokenizer::ResetCharacterTypeTable()
     std::memset(m_acCharType, 0, sizeof(m_acCharType));
 }
 
-// The scans below read runs of bytes by index, with the reading point in locals, and
-// then step the reading point over the run at once: the same counting as GetChar byte by
-// byte, without storing it after every byte. They read from here only while the reading
-// point lies in the copy, marker included; elsewhere GetChar reads, and fails.
+// The scans below read runs of bytes by index, with the reading point in a local, and
+// store it once behind the run. They read from here only while the reading point lies in
+// the copy, marker included; elsewhere GetChar reads, and fails.
 inline unsigned char const * CStringTokenizer::Text() const
 {
     return reinterpret_cast<unsigned char const *>(m_sOriginalString.GetString());
@@ -347,76 +330,131 @@ inline bool CStringTokenizer::IsInCopy(int nPos) const
     return static_cast<unsigned int>(nPos) <= static_cast<unsigned int>(Marker());
 }
 
-// Moves the reading point from nFrom to nTo, both inside the copy, counting columns,
-// lines and the start of a line as GetChar does for each byte read; the marker counts as
-// any byte but a tab or a line feed, as it does there.
-void CStringTokenizer::StepOver(int nFrom, int nTo)
+// Reads the byte at nPos, a position in the copy, as GetChar would, and puts the reading
+// point behind it.
+inline int CStringTokenizer::TakeAt(int nPos)
 {
+    m_nPosInString = nPos + 1;
+    return nPos < Marker() ? Text()[nPos] : -1;
+}
+
+// Ends a scan on the byte at nPos, a position in the copy: it counts as read, and the
+// next scan begins with it.
+inline void CStringTokenizer::PeekAt(int nPos)
+{
+    m_nPosInString = nPos;
+    m_nPeekChar = s_nPeekAtPos;
+}
+
+// The reading point as the caller sees it.
+int CStringTokenizer::GetPosInString() const
+{
+    return m_nPeekChar == s_nPeekAtPos ? m_nPosInString + 1 : m_nPosInString;
+}
+
+// Reads the byte that a scan left at the reading point into the peek character.
+void CStringTokenizer::TakePeekChar()
+{
+    if (m_nPeekChar == s_nPeekAtPos)
+        m_nPeekChar = TakeAt(m_nPosInString);
+}
+
+// Line, column and start of line follow every byte read, in the order read. Scanning
+// only moves the reading point; the bytes read since the counters were last brought up
+// to date, the copy from m_nCountedPos up to the reading point, are counted here when
+// the counters are asked for, or before anything moves the reading point other than by
+// reading on. The marker counts as any byte but a tab or a line feed.
+void CStringTokenizer::CountReadBytes() const
+{
+    int const nFrom = m_nCountedPos;
+    int const nTo = GetPosInString();
+    if (nFrom >= nTo)
+        return;
+    m_nCountedPos = nTo;
     unsigned char const * const pText = Text();
     unsigned int uColumn = static_cast<unsigned int>(m_nColumnNumber);
     unsigned int const uTabSize = static_cast<unsigned int>(m_nTabSize);
     int nLine = m_nLineNumber;
-    bool bStartOfLine = m_bStartOfLine;
+    unsigned char ucLast = 0;
+    // Unsigned arithmetic: with a huge tab size the column wraps instead of overflowing.
     for (int nPos = nFrom; nPos < nTo; ++nPos)
     {
-        unsigned char const ucChar = pText[nPos];
-        if (ucChar == 9)
+        ucLast = pText[nPos];
+        if (ucLast == 9)
         {
             uColumn += uTabSize - uColumn % uTabSize;
-            bStartOfLine = false;
         }
-        else if (ucChar == 10)
+        else if (ucLast == 10)
         {
             ++nLine;
             uColumn = 1;
-            bStartOfLine = true;
         }
         else
         {
             ++uColumn;
-            bStartOfLine = false;
         }
     }
     m_nColumnNumber = static_cast<int>(uColumn);
     m_nLineNumber = nLine;
-    m_bStartOfLine = bStartOfLine;
-    m_nPosInString = nTo;
+    m_bStartOfLine = ucLast == 10;
 }
 
-// StepOver for a run that may hold any byte: one without a tab and a line feed, which
-// two searches tell, is counted by its length.
-void CStringTokenizer::StepOverRun(int nFrom, int nTo)
+int CStringTokenizer::GetLineNumber() const
 {
-    unsigned char const * const pRun = Text() + nFrom;
-    std::size_t const nLength = static_cast<std::size_t>(nTo - nFrom);
-    if (std::memchr(pRun, 9, nLength) == nullptr && std::memchr(pRun, 10, nLength) == nullptr)
+    CountReadBytes();
+    return m_nLineNumber;
+}
+
+int CStringTokenizer::GetColumnNumber() const
+{
+    CountReadBytes();
+    return m_nColumnNumber;
+}
+
+bool CStringTokenizer::IsStartOfLine() const
+{
+    CountReadBytes();
+    return m_bStartOfLine;
+}
+
+void CStringTokenizer::SetPosInString(int nPos)
+{
+    CountReadBytes();
+    TakePeekChar();
+    m_nPosInString = nPos;
+    m_nCountedPos = nPos;
+}
+
+// The first position from nPos on, below nEnd, whose byte is one of the four given, or
+// nEnd. Eight bytes are looked at together while none of them is a stop (zero bytes of
+// the copy xor'ed with each stop), then one by one; any byte order will do.
+static int FindFirstOf(unsigned char const * pText, int nPos, int nEnd, unsigned char ucStop1,
+                       unsigned char ucStop2, unsigned char ucStop3, unsigned char ucStop4)
+{
+    std::uint64_t const ullOnes = 0x0101010101010101ull;
+    std::uint64_t const ullHighs = 0x8080808080808080ull;
+    std::uint64_t const ullStop1 = ucStop1 * ullOnes;
+    std::uint64_t const ullStop2 = ucStop2 * ullOnes;
+    std::uint64_t const ullStop3 = ucStop3 * ullOnes;
+    std::uint64_t const ullStop4 = ucStop4 * ullOnes;
+    while (nEnd - nPos >= 8)
     {
-        m_nPosInString = nFrom;
-        StepOverPlain(nTo);
-        return;
+        std::uint64_t ullBytes;
+        std::memcpy(&ullBytes, pText + nPos, sizeof(ullBytes));
+        std::uint64_t const ull1 = ullBytes ^ ullStop1;
+        std::uint64_t const ull2 = ullBytes ^ ullStop2;
+        std::uint64_t const ull3 = ullBytes ^ ullStop3;
+        std::uint64_t const ull4 = ullBytes ^ ullStop4;
+        std::uint64_t const ullZero = ((ull1 - ullOnes) & ~ull1) | ((ull2 - ullOnes) & ~ull2) |
+                                      ((ull3 - ullOnes) & ~ull3) | ((ull4 - ullOnes) & ~ull4);
+        if ((ullZero & ullHighs) != 0)
+            break;
+        nPos += 8;
     }
-    StepOver(nFrom, nTo);
-}
-
-// Ends a run that started at nFrom at the byte nStop: reads that byte as well and
-// returns it, -1 for the marker.
-inline int CStringTokenizer::TakeStop(int nFrom, int nStop)
-{
-    int const nChar = nStop < Marker() ? Text()[nStop] : -1;
-    StepOverRun(nFrom, nStop + 1);
-    return nChar;
-}
-
-// Counts a run from the reading point to nTo that holds neither a tab nor a line feed.
-inline void CStringTokenizer::StepOverPlain(int nTo)
-{
-    int const nCount = nTo - m_nPosInString;
-    if (nCount == 0)
-        return;
-    m_nColumnNumber = static_cast<int>(static_cast<unsigned int>(m_nColumnNumber) +
-                                       static_cast<unsigned int>(nCount));
-    m_bStartOfLine = false;
-    m_nPosInString = nTo;
+    while (nPos < nEnd && pText[nPos] != ucStop1 && pText[nPos] != ucStop2 &&
+           pText[nPos] != ucStop3 && pText[nPos] != ucStop4)
+        ++nPos;
+    return nPos;
 }
 
 // Reads on until a byte read is one of the two given or the marker; returns that byte.
@@ -425,12 +463,9 @@ int CStringTokenizer::ReadUntil(int nStop1, int nStop2)
     int const nFrom = m_nPosInString;
     if (!IsInCopy(nFrom))
         return GetChar();
-    unsigned char const * const pText = Text();
-    int const nMarker = Marker();
-    int nPos = nFrom;
-    while (nPos < nMarker && pText[nPos] != nStop1 && pText[nPos] != nStop2)
-        ++nPos;
-    return TakeStop(nFrom, nPos);
+    unsigned char const ucStop1 = static_cast<unsigned char>(nStop1);
+    unsigned char const ucStop2 = static_cast<unsigned char>(nStop2);
+    return TakeAt(FindFirstOf(Text(), nFrom, Marker(), ucStop1, ucStop2, ucStop1, ucStop2));
 }
 
 // The text of the previous token is dropped where a token is decided (a word
@@ -447,8 +482,25 @@ int CStringTokenizer::ScanToken()
 {
     int nChar = m_nPeekChar;
     m_dNumValue = 0.0;
-    if (nChar == s_nReadNext)
+    int nPos = m_nPosInString;
+    if (nChar != -1 && IsInCopy(nPos))
+    {
+        // Plain white space, all but a carriage return and a significant line feed, is
+        // passed over with the reading point in a local.
+        unsigned char const * const pText = Text();
+        int const nMarker = Marker();
+        int const nLineFeed = m_bEOLIsSignificant ? 10 : 13;
+        if (nChar < -1)
+            nChar = nPos < nMarker ? pText[nPos++] : (++nPos, -1);
+        while (nChar >= 0 && (m_acCharType[nChar] & CT_WHITESPACE) != 0 && nChar != 13 &&
+               nChar != nLineFeed)
+            nChar = nPos < nMarker ? pText[nPos++] : (++nPos, -1);
+        m_nPosInString = nPos;
+    }
+    else if (nChar < -1)
+    {
         nChar = GetChar();
+    }
     if (nChar < 0)
         return EndOfInput();
 
@@ -496,6 +548,12 @@ int CStringTokenizer::ScanToken()
             break;
         default:
             break;
+    }
+    if (nChar != '{' && nChar != '/' && nChar != ';')
+    {
+        ClearValue();
+        m_nPeekChar = s_nReadNext;
+        return m_nTokenType = nChar;
     }
     if (nChar == '{' && m_bAllowPascalComments)
         return SkipPascalComment();
@@ -565,10 +623,12 @@ int CStringTokenizer::ScanNumber(int nChar)
                 bPoint = true;
             }
         }
-        StepOverPlain(nPos);
+        PeekAt(nPos);
     }
-    nChar = GetChar();
-    m_nPeekChar = nChar;
+    else
+    {
+        m_nPeekChar = GetChar();
+    }
 
     // No digit is dropped: past some 308 digits the value is infinite, and with a
     // fraction that long the quotient of two infinities makes it NaN.
@@ -582,8 +642,11 @@ int CStringTokenizer::ScanNumber(int nChar)
     else if (bPoint)
     {
         // A point without digits behind it is a token of its own; the byte behind it
-        // is read again by the next scan.
+        // is read again by the next scan, and counted again.
+        CountReadBytes();
+        TakePeekChar();
         --m_nPosInString;
+        m_nCountedPos = m_nPosInString;
         m_nPeekChar = '.';
         bPoint = false;
     }
@@ -594,42 +657,64 @@ int CStringTokenizer::ScanNumber(int nChar)
 
 static int const s_nWideCopy = 16;
 
+// Sets the string value to nLength bytes of the copy from nFrom on. The bytes are copied
+// 16 at a time where the copy and the value's block hold the rounded-up length: a copy of
+// one shape whatever the length, then cut to the length.
+inline void CStringTokenizer::SetValueFromCopy(int nFrom, int nLength)
+{
+    if (nLength == 0)
+    {
+        ClearValue();
+        return;
+    }
+    char const * const pFrom = m_sOriginalString.GetString() + nFrom;
+    int const nWide = (nLength + s_nWideCopy - 1) & ~(s_nWideCopy - 1);
+    // The copy's block holds its text and the terminator.
+    if (nWide <= m_sOriginalString.GetLength() + 1 - nFrom)
+    {
+        char * const pBuffer = m_sStringValue.GetBuffer(nWide);
+        for (int nDone = 0; nDone < nWide; nDone += s_nWideCopy)
+            std::memcpy(pBuffer + nDone, pFrom + nDone, s_nWideCopy);
+    }
+    else
+    {
+        std::memcpy(m_sStringValue.GetBuffer(nLength), pFrom, static_cast<std::size_t>(nLength));
+    }
+    m_sStringValue.ReleaseBuffer(nLength);
+}
+
 int CStringTokenizer::ScanWord(int nChar)
 {
-    // Behind its first character a word is the run of bytes read from here on, so it
-    // is copied in one piece once its end is found.
-    char const cFirst = static_cast<char>(nChar);
+    // Behind its first character a word is the run of bytes read from here on.
     int const nRestStart = m_nPosInString;
-    int nRestEnd = nRestStart;
-    if (IsInCopy(nRestStart))
+    if (!IsInCopy(nRestStart))
+    {
+        m_nPeekChar = GetChar();
+        m_sStringValue = static_cast<char>(nChar);
+    }
+    else
     {
         unsigned char const * const pText = Text();
         int const nMarker = Marker();
+        int nRestEnd = nRestStart;
         while (nRestEnd < nMarker && (m_acCharType[pText[nRestEnd]] & (CT_DIGIT | CT_ALPHA)) != 0)
             ++nRestEnd;
-        // Unless the caller has made the tab or the line feed a word character, the run
-        // holds neither, and its count is its length.
-        if (((m_acCharType[9] | m_acCharType[10]) & (CT_DIGIT | CT_ALPHA)) == 0)
-            StepOverPlain(nRestEnd);
+        PeekAt(nRestEnd);
+        // The first character stands in front of the rest unless the reading point was
+        // moved since it was read.
+        if (nRestStart > 0 && pText[nRestStart - 1] == nChar)
+        {
+            SetValueFromCopy(nRestStart - 1, nRestEnd - nRestStart + 1);
+        }
         else
-            StepOver(nRestStart, nRestEnd);
+        {
+            int const nRestLength = nRestEnd - nRestStart;
+            char * const pBuffer = m_sStringValue.GetBuffer(1 + nRestLength);
+            pBuffer[0] = static_cast<char>(nChar);
+            std::memcpy(pBuffer + 1, pText + nRestStart, static_cast<std::size_t>(nRestLength));
+            m_sStringValue.ReleaseBuffer(1 + nRestLength);
+        }
     }
-    nChar = GetChar();
-    m_nPeekChar = nChar;
-
-    // A short word is copied as 16 bytes where the copy holds them, a copy of one
-    // length for every word, and then cut to its length.
-    int const nRestLength = nRestEnd - nRestStart;
-    char const * const pRest = m_sOriginalString.GetString() + nRestStart;
-    bool const bWide =
-        nRestLength < s_nWideCopy && m_sOriginalString.GetLength() - nRestStart >= s_nWideCopy;
-    char * pBuffer = m_sStringValue.GetBuffer(bWide ? s_nWideCopy : 1 + nRestLength);
-    pBuffer[0] = cFirst;
-    if (bWide)
-        std::memcpy(pBuffer + 1, pRest, s_nWideCopy);
-    else
-        std::memcpy(pBuffer + 1, pRest, static_cast<std::size_t>(nRestLength));
-    m_sStringValue.ReleaseBuffer(1 + nRestLength);
     if (m_bForceLowerCaseMode)
         m_sStringValue.MakeLower();
     return m_nTokenType = TT_WORD;
@@ -637,30 +722,38 @@ int CStringTokenizer::ScanWord(int nChar)
 
 int CStringTokenizer::ScanQuotedString(int nQuote)
 {
-    ClearValue();
     m_nTokenType = nQuote;
     m_nPeekChar = s_nReadNext;
     int const nFrom = m_nPosInString;
     if (!IsInCopy(nFrom))
     {
         // Nothing can be read here: the string is over.
+        ClearValue();
         GetChar();
         m_nPeekChar = -1;
         return m_nTokenType;
     }
     unsigned char const * const pText = Text();
     int const nMarker = Marker();
-    CTokenTextWriter Writer(m_sStringValue);
-    int nPos = nFrom;
-    bool bOpen = true;
-    while (bOpen)
+    unsigned char const ucQuote = static_cast<unsigned char>(nQuote);
+    // The quote is tested before the backslash: a backslash that is the quote closes.
+    int nPos = FindFirstOf(pText, nFrom, nMarker, ucQuote, '\\', 10, 13);
+    if (nPos == nMarker || pText[nPos] != '\\' || ucQuote == '\\')
     {
-        // The bytes up to the next one that ends the string or starts an escape go into
-        // the text as they are.
-        int const nRunStart = nPos;
-        while (nPos < nMarker && pText[nPos] != nQuote && pText[nPos] != '\\' &&
-               pText[nPos] != 10 && pText[nPos] != 13)
-            ++nPos;
+        // No escape: the text is one piece of the copy.
+        SetValueFromCopy(nFrom, nPos - nFrom);
+        if (nPos == nMarker)
+            m_nPeekChar = -1;
+        m_nPosInString = nPos + 1;
+        return m_nTokenType;
+    }
+    ClearValue();
+    CTokenTextWriter Writer(m_sStringValue);
+    int nRunStart = nFrom;
+    for (;;)
+    {
+        // The bytes up to the one at nPos, which ends the string or starts an escape, go
+        // into the text as they are.
         Writer.Append(pText + nRunStart, nPos - nRunStart);
         if (nPos == nMarker)
         {
@@ -668,55 +761,68 @@ int CStringTokenizer::ScanQuotedString(int nQuote)
             m_nPeekChar = -1;
             break;
         }
-        if (pText[nPos++] != '\\')
-            break;
-        int nChar = nPos < nMarker ? pText[nPos] : -1;
-        ++nPos;
-        switch (nChar)
+        if (pText[nPos] != '\\' || ucQuote == '\\')
         {
-            case -1:
-                m_nPeekChar = -1;
-                bOpen = false;
-                continue;
-            case 'a':
-                nChar = 7;
-                break;
-            case 'b':
-                nChar = 8;
-                break;
-            case 'f':
-                nChar = 12;
-                break;
-            case 'n':
-                nChar = 10;
-                break;
-            case 'r':
-                nChar = 13;
-                break;
-            case 't':
-                nChar = 9;
-                break;
-            case 'v':
-                nChar = 11;
-                break;
-            case '0':
-            case '1':
-            case '2':
-            case '3':
-            case '4':
-            case '5':
-            case '6':
-            case '7':
-                bOpen = ScanOctalEscape(nChar - '0', nPos, Writer);
-                continue;
-            default:
-                break;
+            ++nPos;
+            break;
         }
-        Writer.Append(nChar);
+        ++nPos;
+        if (!ScanEscape(nPos, Writer))
+            break;
+        nRunStart = nPos;
+        nPos = FindFirstOf(pText, nPos, nMarker, ucQuote, '\\', 10, 13);
     }
     Writer.Finish();
-    StepOverRun(nFrom, nPos);
+    m_nPosInString = nPos;
     return m_nTokenType;
+}
+
+// Reads the byte behind a backslash at nPos, and what belongs to its escape, and
+// appends what they stand for; false when the string is over.
+bool CStringTokenizer::ScanEscape(int & nPos, CTokenTextWriter & Writer)
+{
+    int nChar = nPos < Marker() ? Text()[nPos] : -1;
+    ++nPos;
+    switch (nChar)
+    {
+        case -1:
+            m_nPeekChar = -1;
+            return false;
+        case 'a':
+            nChar = 7;
+            break;
+        case 'b':
+            nChar = 8;
+            break;
+        case 'f':
+            nChar = 12;
+            break;
+        case 'n':
+            nChar = 10;
+            break;
+        case 'r':
+            nChar = 13;
+            break;
+        case 't':
+            nChar = 9;
+            break;
+        case 'v':
+            nChar = 11;
+            break;
+        case '0':
+        case '1':
+        case '2':
+        case '3':
+        case '4':
+        case '5':
+        case '6':
+        case '7':
+            return ScanOctalEscape(nChar - '0', nPos, Writer);
+        default:
+            break;
+    }
+    Writer.Append(nChar);
+    return true;
 }
 
 // Reads the rest of an octal escape whose first digit is read, from nPos on, and appends
@@ -780,14 +886,14 @@ int CStringTokenizer::ScanTextBlock()
         // The marker, or a '!' with the marker behind it: the input ends in the block.
         if (nPos >= nMarker - 1)
         {
-            StepOver(nFrom, nMarker + 1);
+            m_nPosInString = nMarker + 1;
             return EndOfInput();
         }
         if (pText[nPos + 1] == '}')
             break;
         nPos += 2;
     }
-    StepOverRun(nFrom, nPos + 2);
+    m_nPosInString = nPos + 2;
 
     int nEnd = nPos;
     while (nEnd > nFrom && m_acCharType[pText[nEnd - 1]] == CT_WHITESPACE)
@@ -807,7 +913,11 @@ int CStringTokenizer::ScanTextBlock()
 // significant line end behind the comment is still delivered.
 int CStringTokenizer::SkipToLineEnd()
 {
-    m_nPeekChar = ReadUntil(10, 13);
+    int const nFrom = m_nPosInString;
+    if (!IsInCopy(nFrom))
+        m_nPeekChar = GetChar();
+    else
+        PeekAt(FindFirstOf(Text(), nFrom, Marker(), 10, 13, 10, 13));
     return s_nCommentSkipped;
 }
 
@@ -837,14 +947,14 @@ int CStringTokenizer::SkipSlashStarComment()
             ++nPos;
         if (nPos == nMarker)
         {
-            StepOver(nFrom, nMarker + 1);
+            m_nPosInString = nMarker + 1;
             return EndOfInput();
         }
         ++nPos;
         if (nPos - 1 > nFrom && pText[nPos - 2] == '*')
             break;
     }
-    StepOverRun(nFrom, nPos);
+    m_nPosInString = nPos;
     m_nPeekChar = s_nReadNext;
     return s_nCommentSkipped;
 }

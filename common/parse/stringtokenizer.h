@@ -115,15 +115,15 @@ public:
     // The value of the current TT_NUMBER or TT_FLOAT token, else 0.0.
     double GetNumValue() const { return m_dNumValue; }
     // Line and column of the reading point, which is one character ahead of the token.
-    int GetLineNumber() const { return m_nLineNumber; }
+    int GetLineNumber() const;
     // Column from 1; a tab moves to the next multiple of the tab size.
-    int GetColumnNumber() const { return m_nColumnNumber; }
+    int GetColumnNumber() const;
     // Moves the reading point alone; a position outside the text is the caller's fault.
-    void SetPosInString(int nPos) { m_nPosInString = nPos; }
+    void SetPosInString(int nPos);
     // Index of the next byte to be read.
-    int GetPosInString() const { return m_nPosInString; }
+    int GetPosInString() const;
     // True when the last byte read was a line feed, and before the first read.
-    bool IsStartOfLine() const { return m_bStartOfLine; }
+    bool IsStartOfLine() const;
 
 protected:
     // The held copy with its end marker: one byte longer than the text.
@@ -132,7 +132,6 @@ protected:
 private:
     int GetChar();
     int GetCharType(int nChar) const;
-    void NewLine();
     void StartOfLine();
     void ParseNumbers();
     void ResetCharacterTypeTable();
@@ -140,18 +139,20 @@ private:
     unsigned char const * Text() const;
     int Marker() const;
     bool IsInCopy(int nPos) const;
-    void StepOver(int nFrom, int nTo);
-    void StepOverPlain(int nTo);
-    void StepOverRun(int nFrom, int nTo);
-    int TakeStop(int nFrom, int nStop);
+    int TakeAt(int nPos);
+    void PeekAt(int nPos);
+    void TakePeekChar();
     int ReadUntil(int nStop1, int nStop2);
+    void CountReadBytes() const;
 
     void ClearValue();
     int ScanToken();
     int EndOfInput();
     int ScanNumber(int nChar);
     int ScanWord(int nChar);
+    void SetValueFromCopy(int nFrom, int nLength);
     int ScanQuotedString(int nQuote);
+    bool ScanEscape(int & nPos, CTokenTextWriter & Writer);
     bool ScanOctalEscape(int nFirstDigit, int & nPos, CTokenTextWriter & Writer);
     int ScanTextBlock();
     int SkipToLineEnd();
@@ -175,13 +176,16 @@ private:
     bool m_bForceLowerCaseMode;
     bool m_bEOLIsSignificant;
     bool m_bPushedBack; // the current token is to be delivered once more
-    int m_nLineNumber;
-    int m_nColumnNumber;
+    // The counters follow the reading point lazily, see CountReadBytes.
+    mutable int m_nLineNumber;
+    mutable int m_nColumnNumber;
     unsigned char m_acCharType[256];
     int m_nPeekChar; // the character the next scan begins with: -1 at the end,
-                     // -2 when it is still to be read
+                     // -2 when it is still to be read, -3 when it is the byte at
+                     // m_nPosInString, read
     int m_nTokenType;
     int m_nTabSize;
-    bool m_bStartOfLine;
-    int m_nContinuationDepth; // nested continuations after comments, see GetNextToken
+    mutable bool m_bStartOfLine;
+    int m_nContinuationDepth;  // nested continuations after comments, see GetNextToken
+    mutable int m_nCountedPos; // the bytes read from here on are not yet counted
 };

@@ -290,6 +290,48 @@ TEST(StringTokenizer, CountersFollowEveryByteReadInRuns)
     }
 }
 
+TEST(StringTokenizer, CountersKeepTheOrderOfReading)
+{
+    // Asked for only now and then, the counters still count each byte with the tab size
+    // of its reading, a byte read twice twice, and nothing for a jump of the reading point.
+    CStringTokenizer Twice("1.\tx"); // the tab behind the lone point is read again
+    EXPECT_EQ(Twice.GetNextToken(), TT_NUMBER);
+    EXPECT_EQ(Twice.GetNextToken(), '.');
+    EXPECT_EQ(Twice.GetNextToken(), TT_WORD);
+    EXPECT_EQ(Twice.GetColumnNumber(), 10); // 1 . tab to 4, tab again to 8, x, marker
+    EXPECT_EQ(Twice.GetPosInString(), 5);
+
+    CStringTokenizer Resized("\ta\tb");
+    EXPECT_EQ(Resized.GetNextToken(), TT_WORD); // a, with the tab behind it
+    Resized.SetTabSize(8);
+    EXPECT_EQ(Resized.GetNextToken(), TT_WORD);
+    EXPECT_EQ(Resized.GetColumnNumber(), 10); // tab to 4, a, tab to 8, b, marker
+
+    CHeldValue Jumped("ab\ncd");
+    EXPECT_EQ(Jumped.GetNextToken(), TT_WORD); // ab, with the line feed behind it
+    EXPECT_EQ(Jumped.GetPosInString(), 3);
+    Jumped.SetPosInString(0); // the line feed stays the character to begin with
+    EXPECT_EQ(Jumped.GetNextToken(), TT_WORD);
+    EXPECT_EQ(Jumped.Value(), "ab");
+    EXPECT_EQ(Jumped.GetLineNumber(), 3);
+    EXPECT_EQ(Jumped.GetColumnNumber(), 1);
+    EXPECT_TRUE(Jumped.IsStartOfLine());
+    EXPECT_EQ(Jumped.GetNextToken(), TT_WORD);
+    EXPECT_EQ(Jumped.Value(), "cd");
+}
+
+TEST(StringTokenizer, ABackslashThatQuotesClosesItsString)
+{
+    // The closing quote is looked for before an escape.
+    CHeldValue Tokenizer("\\ab\\ \"c\\\"d\"");
+    Tokenizer.QuoteChar('\\');
+    EXPECT_EQ(Tokenizer.GetNextToken(), '\\');
+    EXPECT_EQ(Tokenizer.Value(), "ab");
+    EXPECT_EQ(Tokenizer.GetNextToken(), '"'); // where the backslash escapes again
+    EXPECT_EQ(Tokenizer.Value(), "c\"d");
+    EXPECT_EQ(Tokenizer.GetNextToken(), TT_EOF);
+}
+
 TEST(StringTokenizer, TextOfATokenLongerThanTheLastAndAfterIt)
 {
     // A string far longer than any before it, with escapes spread over it, keeps every
