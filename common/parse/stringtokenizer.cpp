@@ -503,7 +503,15 @@ int CStringTokenizer::ScanToken()
     }
     if (nChar < 0)
         return EndOfInput();
+    if (GetCharType(nChar) & CT_WHITESPACE)
+        return ScanAfterLineEnd(nChar);
+    return ScanFrom(nChar);
+}
 
+// The white space step from a carriage return or a significant line feed (or from any
+// white space where the reading point lies outside the copy), then the token behind it.
+int CStringTokenizer::ScanAfterLineEnd(int nChar)
+{
     while (GetCharType(nChar) & CT_WHITESPACE)
     {
         if (nChar == 13)
@@ -531,7 +539,12 @@ int CStringTokenizer::ScanToken()
         if (nChar < 0)
             return EndOfInput();
     }
+    return ScanFrom(nChar);
+}
 
+// The token that begins with nChar, a byte that is no white space.
+inline int CStringTokenizer::ScanFrom(int nChar)
+{
     // One jump on the class, in place of a test per class bit, each of which a text that
     // mixes its tokens would see go either way.
     switch (s_aucScanOfClass[GetCharType(nChar) & 31])
@@ -549,12 +562,16 @@ int CStringTokenizer::ScanToken()
         default:
             break;
     }
-    if (nChar != '{' && nChar != '/' && nChar != ';')
-    {
-        ClearValue();
-        m_nPeekChar = s_nReadNext;
-        return m_nTokenType = nChar;
-    }
+    if (nChar == '{' || nChar == '/' || nChar == ';')
+        return ScanOpeningChar(nChar);
+    ClearValue();
+    m_nPeekChar = s_nReadNext;
+    return m_nTokenType = nChar;
+}
+
+// A character that may open a comment or a text block, as the switches say.
+int CStringTokenizer::ScanOpeningChar(int nChar)
+{
     if (nChar == '{' && m_bAllowPascalComments)
         return SkipPascalComment();
     if (nChar == '/' && (m_bAllowSlashSlashComments || m_bAllowSlashStarComments))

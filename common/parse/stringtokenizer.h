@@ -147,6 +147,9 @@ private:
 
     void ClearValue();
     int ScanToken();
+    int ScanAfterLineEnd(int nChar);
+    int ScanFrom(int nChar);
+    int ScanOpeningChar(int nChar);
     int EndOfInput();
     int ScanNumber(int nChar);
     int ScanWord(int nChar);
