@@ -10,7 +10,8 @@
 # round, all with a warm page cache; the script prints the median wall time and the
 # median CPU time (user + system) of each, the ratios arc/tar of both (below 1.00 means
 # arc is faster) and the peak resident memory. With other work on the machine the CPU
-# ratio is the steadier one.
+# ratio is the steadier one. Outputs are removed only at the end (see set_aside), so that
+# on ext4 a run started within about five minutes of another's end extracts more slowly.
 #
 # Usage: bench/arc_compare.sh [ARC_BINARY]   (default: build/release/tools/arc/arc)
 # Environment: RUNS (rounds), TREES (default "small large gcc"; empty for none but huge),
@@ -75,6 +76,21 @@ measure() {
     echo "$(((end - start) / 1000)) $(awk '{ printf "%d %d", $1, ($2 + $3) * 1000 }' "$WORK/time.out")" >>"$out"
 }
 
+# Empties the files below the directories given and moves the directories into spent/,
+# which goes at the end. Removing them at once would cost the next round's extraction:
+# ext4 passes over inodes freed in the last minutes when it allocates new ones, so that
+# after the removal of 10,000 files every file created nearby pays for a scan of them
+# (the small tree's extraction then takes seconds instead of a quarter of one, for arc
+# and tar alike, and their ratio says nothing about either).
+set_aside() {
+    mkdir -p "$WORK/spent"
+    find "$@" -type f -exec truncate -s 0 {} +
+    local dir
+    for dir in "$@"; do
+        mv "$dir" "$(mktemp -d "$WORK/spent/$dir.XXXXXX")/"
+    done
+}
+
 # Median of column $2 of the file $1.
 median() {
     awk -v c="$2" '{ print $c }' "$1" | sort -n | awk '{ v[NR] = $1 }
@@ -94,7 +110,7 @@ run_tree() {
     rm -f "$WORK"/res.*
     for round in $(seq "$rounds"); do
         rm -f "$tree.arc" "$tree.tar" "$tree.zip"
-        rm -rf out.arc out.tar && mkdir out.arc out.tar
+        mkdir out.arc out.tar
         # The tools take turns at going first, so that none always pays for the
         # clean-up work that the system still does after the last removal.
         if [ $((round % 2)) = 1 ]; then
@@ -114,8 +130,8 @@ run_tree() {
         if [ "$round" = 1 ] && [ "$tree" != gcc ]; then
             diff -r "$tree" "out.arc/$tree" >/dev/null || { echo "arc_compare: arc round trip differs" >&2; exit 1; }
         fi
+        set_aside out.arc out.tar
     done
-    rm -rf out.arc out.tar
     local ca ct cz ea et
     ca=$(summary res.create.arc); ct=$(summary res.create.tar); cz=$(summary res.create.zip)
     ea=$(summary res.extract.arc); et=$(summary res.extract.tar)
@@ -127,7 +143,11 @@ run_tree() {
 }
 
 make_trees
+for dir in out.arc out.tar; do
+    if [ -e "$dir" ]; then set_aside "$dir"; fi
+done
 echo "arc_compare: $RUNS rounds each, medians of wall and CPU time; $(nproc) cores; $ARC"
 for tree in $TREES; do
     [ -d "$tree" ] && run_tree "$tree"
 done
+rm -rf "$WORK/spent"

@@ -168,13 +168,20 @@ void CExtendedFileSystem::ExtractEntry(sArchiveInfo const * pArchive, sArchiveEn
     std::uint32_t const ulSize = pEntry->m_ulSize;
     if (ullFrom + ulSize > Source.Length())
         ThrowException(4006, __LINE__, s_szSourceFile, "Error reading from file.");
-    // The file is written under a new name of its own and takes the entry's name only
-    // when complete: no half-written file stands under it, and a link of that name is
-    // replaced rather than written through.
+    // A name nobody uses is created and written in place. Where the name is taken, the
+    // file is written under a new name of its own and takes the entry's name only when
+    // complete: what stands there is kept until then, and a link of that name is replaced
+    // rather than written through. Either way a file that fails is removed, so that no
+    // half-written file keeps the entry's name.
+    bool bTaken = false;
     char szPartName[PATH_BUFFER];
-    int const nFile = PLATFORM_CreateUniqueFile(pEntry->m_szName, szPartName, sizeof(szPartName));
+    szPartName[0] = '\0';
+    int nFile = PLATFORM_CreateNewFile(pEntry->m_szName, bTaken);
+    if (nFile == -1 && bTaken)
+        nFile = PLATFORM_CreateUniqueFile(pEntry->m_szName, szPartName, sizeof(szPartName));
     if (nFile == -1)
         ThrowException(4005, __LINE__, s_szSourceFile, s_szCreateError);
+    bool const bInPlace = szPartName[0] == '\0';
 
     // Bytes in the unit's view are written from it; others are copied from file to file
     // in pieces, so that no entry is held in memory whole whatever its size.
@@ -193,9 +200,10 @@ void CExtendedFileSystem::ExtractEntry(sArchiveInfo const * pArchive, sArchiveEn
         bWritten = eCopy == FILECOPY_DONE;
     }
     bool const bClosed = PLATFORM_CloseFileDescriptor(nFile);
-    bool const bPlaced = bWritten && bClosed && PLATFORM_ReplaceFile(szPartName, pEntry->m_szName);
+    bool const bPlaced =
+        bWritten && bClosed && (bInPlace || PLATFORM_ReplaceFile(szPartName, pEntry->m_szName));
     if (!bPlaced)
-        PLATFORM_RemoveFile(szPartName);
+        PLATFORM_RemoveFile(bInPlace ? pEntry->m_szName : szPartName);
     // Short reads and writes raise here, as they do in creation.
     if (!bRead)
         ThrowException(4006, __LINE__, s_szSourceFile, "Error reading from file.");

@@ -130,10 +130,21 @@ TEST_F(ArchiveSafety, ExtractionNeverWritesThroughALink)
     EXPECT_EQ(m_Dir.ReadFile("elsewhere/victim"), "keep");
     EXPECT_EQ(m_Dir.ReadFile("out/maps/a.txt"), "abc");
     EXPECT_EQ(TreeOf("out"), "maps maps/a.txt maps/town maps/town/hall.dat ");
-    // Files made by way of a temporary name get the rights any new file gets.
+    // Files made under a name nobody used (hall.dat) and by way of a temporary name
+    // (a.txt) get the rights any new file gets.
     m_Dir.WriteFile("fresh", "");
     EXPECT_EQ(fs::status("out/maps/town/hall.dat").permissions(),
               fs::status("fresh").permissions());
+    EXPECT_EQ(fs::status("out/maps/a.txt").permissions(), fs::status("fresh").permissions());
+
+    // A link to nothing under a file's name: the file takes the link's place, and nothing
+    // is created where the link points.
+    fs::remove("out/maps/a.txt");
+    ASSERT_TRUE(TEST_MakeLink(fs::absolute("elsewhere/absent").string(), "out/maps/a.txt", false));
+    EXPECT_TRUE(Xfs().ExtractArchive("maps.arc", "out/"));
+    EXPECT_EQ(TreeOf("elsewhere"), "victim ");
+    EXPECT_EQ(m_Dir.ReadFile("out/maps/a.txt"), "abc");
+    EXPECT_EQ(TreeOf("out"), "maps maps/a.txt maps/town maps/town/hall.dat ");
 }
 
 TEST_F(ArchiveSafety, AFailingEntryEndsTheExtractionAndLeavesNoPartFile)

@@ -20,6 +20,15 @@ int PLATFORM_EnterOwnDirectory(char const * szPath)
     return nResult == 0 ? 0 : -1;
 }
 
+int PLATFORM_CreateNewFile(char const * szPath, bool & bTaken)
+{
+    // The mode is that of fopen's files.
+    int const nFile = ::open(PLATFORM_DiskPath(szPath).c_str(),
+                             O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0666);
+    bTaken = nFile < 0 && errno == EEXIST;
+    return nFile < 0 ? -1 : nFile;
+}
+
 int PLATFORM_CreateUniqueFile(char const * szBeside, char * szName, std::size_t nSize)
 {
     // A hidden name in the current directory; the one of szBeside keeps the look of it.

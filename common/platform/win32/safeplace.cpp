@@ -1,5 +1,6 @@
 #include "common/platform/safeplace.h"
 
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
@@ -28,6 +29,27 @@ int PLATFORM_EnterOwnDirectory(char const * szPath)
         (dwAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0)
         return -1;
     return ::SetCurrentDirectoryA(sPath.c_str()) ? 0 : -1;
+}
+
+int PLATFORM_CreateNewFile(char const * szPath, bool & bTaken)
+{
+    // CREATE_NEW fails on any name in use; a reparse point is not followed, so that a
+    // link counts as a name in use, whatever it points to.
+    HANDLE const hFile =
+        ::CreateFileA(WindowsPath(szPath).c_str(), GENERIC_WRITE,
+                      FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, CREATE_NEW,
+                      FILE_ATTRIBUTE_NORMAL | FILE_FLAG_OPEN_REPARSE_POINT, nullptr);
+    if (hFile == INVALID_HANDLE_VALUE)
+    {
+        DWORD const dwError = ::GetLastError();
+        bTaken = dwError == ERROR_FILE_EXISTS || dwError == ERROR_ALREADY_EXISTS;
+        return -1;
+    }
+    bTaken = false;
+    int const nFile = ::_open_osfhandle(reinterpret_cast<intptr_t>(hFile), _O_WRONLY | _O_BINARY);
+    if (nFile < 0)
+        ::CloseHandle(hFile);
+    return nFile < 0 ? -1 : nFile;
 }
 
 int PLATFORM_CreateUniqueFile(char const * szBeside, char * szName, std::size_t nSize)
