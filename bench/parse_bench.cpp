@@ -75,6 +75,15 @@ CZRString ProgramString()
     return CZRString(sText.c_str());
 }
 
+// Bytes of the text a second, and tokens a pass.
+void ReportRate(benchmark::State & State, std::int64_t nTokens)
+{
+    benchmark::DoNotOptimize(nTokens);
+    State.SetBytesProcessed(static_cast<std::int64_t>(State.iterations()) *
+                            static_cast<std::int64_t>(ProgramText().size()));
+    State.counters["tokens"] = static_cast<double>(nTokens) / State.iterations();
+}
+
 void BM_StringTokenizer(benchmark::State & State)
 {
     CStringTokenizer Tokenizer(ProgramString());
@@ -85,10 +94,7 @@ void BM_StringTokenizer(benchmark::State & State)
         while (Tokenizer.GetNextToken() != TT_EOF)
             ++nTokens;
     }
-    benchmark::DoNotOptimize(nTokens);
-    State.SetBytesProcessed(static_cast<std::int64_t>(State.iterations()) *
-                            static_cast<std::int64_t>(ProgramText().size()));
-    State.counters["tokens"] = static_cast<double>(nTokens) / State.iterations();
+    ReportRate(State, nTokens);
 }
 
 void BM_LexAnalyzer(benchmark::State & State)
@@ -105,10 +111,7 @@ void BM_LexAnalyzer(benchmark::State & State)
         while (Lexer.GetNextToken() != TT_EOF)
             ++nTokens;
     }
-    benchmark::DoNotOptimize(nTokens);
-    State.SetBytesProcessed(static_cast<std::int64_t>(State.iterations()) *
-                            static_cast<std::int64_t>(ProgramText().size()));
-    State.counters["tokens"] = static_cast<double>(nTokens) / State.iterations();
+    ReportRate(State, nTokens);
 }
 
 // The floor: one pass that only finds the pieces between white space.
@@ -133,10 +136,7 @@ void BM_WhiteSpaceSplit(benchmark::State & State)
             ++nTokens;
         }
     }
-    benchmark::DoNotOptimize(nTokens);
-    State.SetBytesProcessed(static_cast<std::int64_t>(State.iterations()) *
-                            static_cast<std::int64_t>(sText.size()));
-    State.counters["tokens"] = static_cast<double>(nTokens) / State.iterations();
+    ReportRate(State, nTokens);
 }
 
 // The peer: a hand-written tokenizer for exactly this text and the default tables, with
@@ -294,10 +294,7 @@ void BM_MinimalTokenizer(benchmark::State & State)
         while (Tokenizer.Next() != TT_EOF)
             ++nTokens;
     }
-    benchmark::DoNotOptimize(nTokens);
-    State.SetBytesProcessed(static_cast<std::int64_t>(State.iterations()) *
-                            static_cast<std::int64_t>(ProgramText().size()));
-    State.counters["tokens"] = static_cast<double>(nTokens) / State.iterations();
+    ReportRate(State, nTokens);
 }
 
 } // namespace
